@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <media/stagefright/MetaData.h>
+
+#include <stdlib.h>
+#include <string.h>
+
+#define LOG_TAG "MetaData"
+#include <log/log.h>
+
+namespace android {
+
+namespace {
+
+void* allocate(size_t size) {
+    void* const block = malloc(size);
+    LOG_ALWAYS_FATAL_IF(block == nullptr, "out of memory: %zu bytes", size);
+    return block;
+}
+
+}  // namespace
+
+MetaData::Item MetaData::Item::copyOf(uint32_t key, uint32_t type, const void* data, size_t size) {
+    Item item;
+    item.key = key;
+    item.type = type;
+    item.size = data != nullptr ? size : 0;
+    if (item.size > kInlineBytes) {
+        item.heapData = memcpy(allocate(size), data, size);
+    } else if (item.size > 0) {
+        memcpy(item.inlineData, data, size);
+    }
+    return item;
+}
+
+void MetaData::Item::release() {
+    if (size > kInlineBytes) free(heapData);
+}
+
+MetaData::MetaData() : mItems(mInline), mCount(0), mCapacity(kInlineItems) {}
+
+MetaData::MetaData(const MetaData& other) : MetaData() {
+    for (size_t i = 0; i < other.mCount; ++i) {
+        const Item& item = other.mItems[i];
+        append(Item::copyOf(item.key, item.type, item.bytes(), item.size));
+    }
+}
+
+MetaData::~MetaData() {
+    clear();
+    if (mItems != mInline) free(mItems);
+}
+
+void MetaData::clear() {
+    for (size_t i = 0; i < mCount; ++i)
+        mItems[i].release();
+    mCount = 0;
+}
+
+bool MetaData::remove(uint32_t key) {
+    Item* const item = find(key);
+    if (item == nullptr) return false;
+    item->release();
+    *item = mItems[--mCount];
+    return true;
+}
+
+bool MetaData::setCString(uint32_t key, const char* value) {
+    return setData(key, TYPE_C_STRING, value, strlen(value) + 1);
+}
+
+bool MetaData::setInt32(uint32_t key, int32_t value) {
+    return setData(key, TYPE_INT32, &value, sizeof(value));
+}
+
+bool MetaData::setInt64(uint32_t key, int64_t value) {
+    return setData(key, TYPE_INT64, &value, sizeof(value));
+}
+
+bool MetaData::setFloat(uint32_t key, float value) {
+    return setData(key, TYPE_FLOAT, &value, sizeof(value));
+}
+
+bool MetaData::setPointer(uint32_t key, void* value) {
+    return setData(key, TYPE_POINTER, &value, sizeof(value));
+}
+
+// A text put in by setData may lack its end.
+bool MetaData::findCString(uint32_t key, const char** value) const {
+    const Item* const item = find(key);
+    if (item == nullptr || item->type != TYPE_C_STRING || item->size == 0) return false;
+    const char* const text = static_cast<const char*>(item->bytes());
+    if (text[item->size - 1] != '\0') return false;
+    *value = text;
+    return true;
+}
+
+bool MetaData::findInt32(uint32_t key, int32_t* value) const {
+    return findFixed(key, TYPE_INT32, value, sizeof(*value));
+}
+
+bool MetaData::findInt64(uint32_t key, int64_t* value) const {
+    return findFixed(key, TYPE_INT64, value, sizeof(*value));
+}
+
+bool MetaData::findFloat(uint32_t key, float* value) const {
+    return findFixed(key, TYPE_FLOAT, value, sizeof(*value));
+}
+
+bool MetaData::findPointer(uint32_t key, void** value) const {
+    return findFixed(key, TYPE_POINTER, value, sizeof(*value));
+}
+
+// The new value is complete before the old one goes: its bytes may come from there.
+bool MetaData::setData(uint32_t key, uint32_t type, const void* data, size_t size) {
+    const Item fresh = Item::copyOf(key, type, data, size);
+    Item* const item = find(key);
+    if (item == nullptr) {
+        append(fresh);
+        return false;
+    }
+    item->release();
+    *item = fresh;
+    return true;
+}
+
+bool MetaData::findData(uint32_t key, uint32_t* type, const void** data, size_t* size) const {
+    const Item* const item = find(key);
+    if (item == nullptr) return false;
+    *type = item->type;
+    *data = item->bytes();
+    *size = item->size;
+    return true;
+}
+
+bool MetaData::hasData(uint32_t key) const {
+    return find(key) != nullptr;
+}
+
+MetaData::Item* MetaData::find(uint32_t key) const {
+    for (size_t i = 0; i < mCount; ++i) {
+        if (mItems[i].key == key) return &mItems[i];
+    }
+    return nullptr;
+}
+
+void MetaData::append(const Item& item) {
+    if (mCount == mCapacity) grow();
+    mItems[mCount++] = item;
+}
+
+void MetaData::grow() {
+    Item* const larger = static_cast<Item*>(allocate(2 * mCapacity * sizeof(Item)));
+    memcpy(larger, mItems, mCount * sizeof(Item));
+    if (mItems != mInline) free(mItems);
+    mItems = larger;
+    mCapacity *= 2;
+}
+
+bool MetaData::findFixed(uint32_t key, uint32_t type, void* value, size_t size) const {
+    const Item* const item = find(key);
+    if (item == nullptr || item->type != type || item->size != size) return false;
+    memcpy(value, item->bytes(), size);
+    return true;
+}
+
+}  // namespace android
