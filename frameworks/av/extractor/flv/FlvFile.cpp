@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <string.h>
+#include <utils/Errors.h>
+
+#include <algorithm>
+
+#include "FlvReader.h"
+
+namespace FlvReader {
+
+using android::DataSource;
+using android::sp;
+
+FlvFile::FlvFile(const sp<DataSource>& source)
+    : mLastReadSize(0),
+      mSource(source),
+      mOffset(0),
+      mFileSize(0),
+      mBufferOffset(0),
+      mBufferPos(0),
+      mBufferLength(0),
+      mBitsLeft(0),
+      mBitByte(0),
+      mDelivered(true) {
+    off64_t size = 0;
+    if (mSource->getSize(&size) == android::OK && size > 0) mFileSize = size;
+}
+
+int64_t FlvFile::Remaining() const {
+    return mOffset < 0 || mOffset >= mFileSize ? 0 : mFileSize - mOffset;
+}
+
+// The size bytes at an offset when the cache holds them all, or null.
+const uint8_t* FlvFile::Cached(int64_t offset, size_t size) const {
+    if (offset < mBufferOffset) return nullptr;
+    const int64_t index = offset - mBufferOffset;
+    return index <= mBufferLength - static_cast<int64_t>(size) ? mBuffer + index : nullptr;
+}
+
+const uint8_t* FlvFile::NextCached(size_t size) {
+    const uint8_t* bytes = Cached(mOffset, size);
+    if (bytes != nullptr) mBufferPos = static_cast<int32_t>(bytes - mBuffer);
+    return bytes;
+}
+
+// Keeps a read's result, a failed one too: with a source that stops delivering, it is the sign by which every
+// loop over tags ends.
+bool FlvFile::Note(int64_t result) {
+    mLastReadSize = result;
+    if (result < 1) mDelivered = false;
+    return result >= 1;
+}
+
+// A position outside the file fails here, since some sources assert on a negative offset. A source that
+// claims to have delivered more than it was asked for is not believed.
+bool FlvFile::Refill() {
+    const int64_t length = std::min<int64_t>(Remaining(), kCacheBytes);
+    int64_t count = 0;
+    if (length > 0) count = mSource->readAt(mOffset, mBuffer, static_cast<size_t>(length));
+    if (!Note(std::min(count, length))) return false;
+    mBufferOffset = mOffset;
+    mBufferLength = static_cast<int32_t>(mLastReadSize);
+    mBufferPos = 0;
+    return true;
+}
+
+long FlvFile::ByteRead(unsigned char* destination, unsigned long size) {
+    mBitsLeft = 0;
+    if (size >= kCacheBytes) {
+        const int64_t count = mOffset < 0 ? 0 : mSource->readAt(mOffset, destination, size);
+        if (Note(std::min(count, static_cast<int64_t>(size)))) mOffset += mLastReadSize;
+        return mLastReadSize;
+    }
+    const uint8_t* bytes = NextCached(size);
+    if (bytes == nullptr) {
+        if (!Refill()) return mLastReadSize;
+        bytes = mBuffer;
+        size = std::min(size, static_cast<unsigned long>(mBufferLength));
+    }
+    if (size > 0) memcpy(destination, bytes, size);
+    mOffset += static_cast<int64_t>(size);
+    return static_cast<long>(size);
+}
+
+unsigned long FlvFile::ReadFully(unsigned char* destination, unsigned long size) {
+    unsigned long delivered = 0;
+    while (delivered < size) {
+        const long count = ByteRead(destination + delivered, size - delivered);
+        if (count < 1) break;
+        delivered += static_cast<unsigned long>(count);
+    }
+    return delivered;
+}
+
+void FlvFile::ByteSeek(long position) {
+    mOffset = position;
+    mBitsLeft = 0;
+    mDelivered = true;
+    // A record of where in the cache the position lies, meaningless outside it; hence the narrowing.
+    mBufferPos = static_cast<int32_t>(static_cast<uint64_t>(position) - static_cast<uint64_t>(mBufferOffset));
+}
+
+unsigned int FlvFile::BitRead(int count) {
+    unsigned int value = 0;
+    while (count > 0) {
+        if (mBitsLeft == 0) ReadForBit();
+        const int take = std::min(mBitsLeft, count);
+        mBitsLeft -= take;
+        const unsigned int bits = (static_cast<unsigned int>(mBitByte) >> mBitsLeft) & (0xFFu >> (8 - take));
+        value = (value << take) | bits;
+        count -= take;
+    }
+    return value;
+}
+
+void FlvFile::ReadForBit() {
+    const uint8_t* byte = NextCached(1);
+    if (byte == nullptr && Refill()) byte = mBuffer;
+    if (byte != nullptr) {
+        mBitByte = *byte;
+        ++mOffset;
+    }
+    mBitsLeft = 8;
+}
+
+bool FlvFile::ReadBytewise(uint8_t* destination, size_t size) {
+    for (size_t i = 0; i < size; ++i) {
+        ReadForBit();
+        destination[i] = mBitByte;
+        if (!Delivered()) {
+            memset(destination + i, mBitByte, size - i);
+            mBitsLeft = 0;
+            return false;
+        }
+    }
+    mBitsLeft = 0;
+    return true;
+}
+
+bool FlvFile::ReadTagUnitHeader(uint8_t (&header)[kTagUnitHeaderBytes]) {
+    const uint8_t* bytes = NextCached(sizeof(header));
+    if (bytes == nullptr) return ReadBytewise(header, sizeof(header));
+    memcpy(header, bytes, sizeof(header));
+    mBitsLeft = 0;
+    mBitByte = header[sizeof(header) - 1];
+    mOffset += kTagUnitHeaderBytes;
+    return true;
+}
+
+bool FlvFile::PeekTagUnitHeader(int64_t offset, uint8_t (&header)[kTagUnitHeaderBytes]) {
+    const uint8_t* bytes = Cached(offset, sizeof(header));
+    if (bytes != nullptr) {
+        memcpy(header, bytes, sizeof(header));
+        return true;
+    }
+    for (size_t arrived = 0; arrived < sizeof(header);) {
+        const size_t wanted = sizeof(header) - arrived;
+        const int64_t count =
+                mSource->readAt(offset + static_cast<int64_t>(arrived), header + arrived, wanted);
+        if (!Note(std::min(count, static_cast<int64_t>(wanted)))) return false;
+        arrived += static_cast<size_t>(mLastReadSize);
+    }
+    return true;
+}
+
+bool FlvFile::ReadBigEndian(int bytes, uint32_t* value) {
+    const int64_t start = mOffset;
+    const auto size = static_cast<size_t>(bytes);
+    *value = 0;
+    mBitsLeft = 0;
+    // A field is fetched from its own start when the cache does not hold it whole, so the refill brings what
+    // follows it as well. A source that delivers less than a field at a time is asked for the rest of it.
+    if (NextCached(size) == nullptr && !Refill()) return false;
+    uint8_t field[4] = {};
+    if (!ReadBytewise(field, size)) {
+        mOffset = start;
+        return false;
+    }
+    for (size_t i = 0; i < size; ++i)
+        *value = (*value << 8) | field[i];
+    return true;
+}
+
+}  // namespace FlvReader
