@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: Apache-2.0
+#define LOG_TAG "CFlv"
+
+#include <log/log.h>
+#include <string.h>
+
+#include "FlvLimits.h"
+#include "FlvReader.h"
+
+// AMF0 values as the "Action Message Format -- AMF 0" specification, section 2, defines them.
+namespace FlvReader {
+
+namespace {
+
+enum Amf0Marker : uint8_t {
+    kAmf0Number = 0x00,
+    kAmf0Boolean = 0x01,
+    kAmf0String = 0x02,
+    kAmf0Object = 0x03,
+    kAmf0Null = 0x05,
+    kAmf0Undefined = 0x06,
+    kAmf0EcmaArray = 0x08,
+    kAmf0ObjectEnd = 0x09,
+    kAmf0StrictArray = 0x0A,
+    kAmf0Date = 0x0B,
+    kAmf0Unsupported = 0x0D,
+};
+
+constexpr long kBooleanBytes = 1;
+constexpr long kDateBytes = 10;  // an 8-byte time and a 2-byte time zone
+constexpr long kEcmaCountBytes = 4;
+constexpr uint32_t kNameBufferBytes = 256;
+
+constexpr int kDepthOfDuration = 1;
+constexpr int kDepthOfIndexEntries = 3;
+
+// Prefixes on purpose: writers append to these names.
+bool IsPositionsKey(const char* key) {
+    return strncmp(key, "filepositions", 13) == 0;
+}
+bool IsTimesKey(const char* key) {
+    return strncmp(key, "times", 5) == 0;
+}
+bool IsIndexKey(const char* key) {
+    return IsPositionsKey(key) || IsTimesKey(key);
+}
+
+uint32_t DurationInMilliseconds(double seconds) {
+    const double milliseconds = seconds * 1000.0;
+    if (!(milliseconds > 0.0)) return 0;
+    if (milliseconds >= 4294967295.0) return UINT32_MAX;
+    return static_cast<uint32_t>(milliseconds);
+}
+
+}  // namespace
+
+int CFlv::amf_parse_object(const char* key, int64_t maximumPosition, int depth) {
+    if (depth > kMaxAmf0Depth) return -1;
+    uint32_t marker;
+    if (!mFile->ReadBigEndian(1, &marker)) return -1;
+
+    double number = 0.0;
+    bool parsed = true;
+    switch (marker) {
+        case kAmf0Number:
+            parsed = ParseAmf0Number(&number);
+            break;
+        case kAmf0Boolean:
+            mFile->ByteSeek(mFile->mOffset + kBooleanBytes);
+            break;
+        case kAmf0String:
+            parsed = ParseAmf0String();
+            break;
+        case kAmf0Object:
+            parsed = ParseAmf0Object(key, maximumPosition, depth);
+            break;
+        case kAmf0Null:
+        case kAmf0Undefined:
+        case kAmf0Unsupported:
+            break;
+        case kAmf0EcmaArray:
+            parsed = ParseAmf0EcmaArray(maximumPosition, depth);
+            break;
+        case kAmf0StrictArray:
+            parsed = ParseAmf0StrictArray(key, maximumPosition, depth);
+            break;
+        case kAmf0Date:
+            mFile->ByteSeek(mFile->mOffset + kDateBytes);
+            break;
+        default:  // movie clip, reference, object end, long string, and what AMF0 does not have
+            parsed = false;
+    }
+    if (!parsed) return -1;
+    if (key != nullptr) RecordAmf0(key, depth, marker == kAmf0Number, number);
+    return 0;
+}
+
+bool CFlv::ParseAmf0Number(double* number) {
+    uint32_t high, low;
+    if (!mFile->ReadBigEndian(4, &high) || !mFile->ReadBigEndian(4, &low)) return false;
+    const uint64_t pattern = uint64_t{high} << 32 | low;
+    memcpy(number, &pattern, sizeof(*number));
+    if (*number != *number) *number = 0.0;
+    return true;
+}
+
+// The text is consumed, not used; a long one is passed over without reading it.
+bool CFlv::ParseAmf0String() {
+    uint32_t length;
+    if (!mFile->ReadBigEndian(2, &length)) return false;
+    if (length >= kNameBufferBytes) {
+        mFile->ByteSeek(mFile->mOffset + length);
+        return true;
+    }
+    uint8_t text[kNameBufferBytes];
+    return mFile->ReadFully(text, length) == length;
+}
+
+bool CFlv::ParseAmf0Object(const char* key, int64_t maximumPosition, int depth) {
+    char name[kNameBufferBytes] = {};
+    while (mFile->mOffset < maximumPosition - 2) {
+        uint32_t length;
+        if (!mFile->ReadBigEndian(2, &length) || length == 0) break;
+        const char* memberKey = nullptr;
+        if (length >= kNameBufferBytes) {
+            ALOGE("key is too long ,key == NULL");
+            mFile->ByteSeek(mFile->mOffset + length);
+        } else {
+            name[length] = '\0';
+            if (mFile->ReadFully(reinterpret_cast<uint8_t*>(name), length) < length) {
+                ALOGE("read failed");
+                return false;
+            }
+            if (key != nullptr && IsIndexKey(name)) memberKey = name;
+        }
+        if (amf_parse_object(memberKey, maximumPosition, depth + 1) < 0) return false;
+    }
+    return ReadAmf0EndMarker();
+}
+
+// The element count in front is not believed: writers put 0 there, or a number of their own.
+bool CFlv::ParseAmf0EcmaArray(int64_t maximumPosition, int depth) {
+    char name[kNameBufferBytes];
+    mFile->ByteSeek(mFile->mOffset + kEcmaCountBytes);
+    while (mFile->mOffset < maximumPosition - 2) {
+        uint32_t length;
+        if (!mFile->ReadBigEndian(2, &length)) break;
+        if (length >= kNameBufferBytes) {
+            mFile->ByteSeek(mFile->mOffset + length);
+            break;
+        }
+        if (mFile->ReadFully(reinterpret_cast<uint8_t*>(name), length) < length) break;
+        if (length == 0) break;
+        name[length] = '\0';
+        if (amf_parse_object(name, maximumPosition, depth + 1) < 0) return false;
+    }
+    return ReadAmf0EndMarker();
+}
+
+bool CFlv::ParseAmf0StrictArray(const char* key, int64_t maximumPosition, int depth) {
+    uint32_t count;
+    if (!mFile->ReadBigEndian(4, &count)) return false;
+    const char* elementKey = key != nullptr && IsIndexKey(key) ? key : nullptr;
+    for (uint32_t i = 0; i < count && mFile->mOffset < maximumPosition - 1; ++i) {
+        if (amf_parse_object(elementKey, maximumPosition, depth + 1) < 0) return false;
+    }
+    return true;
+}
+
+bool CFlv::ReadAmf0EndMarker() {
+    uint32_t marker;
+    return mFile->ReadBigEndian(1, &marker) && marker == kAmf0ObjectEnd;
+}
+
+// A value under an index key adds one entry whatever its type, so that the two arrays stay in step.
+void CFlv::RecordAmf0(const char* key, int depth, bool isNumber, double number) {
+    if (depth == kDepthOfDuration && isNumber && strcmp(key, "duration") == 0) {
+        mDuration = DurationInMilliseconds(number);
+    }
+    if (depth != kDepthOfIndexEntries) return;
+    if (IsPositionsKey(key) && mKeyFramePositions.size() < kMaxIndexEntries) mKeyFramePositions.push(number);
+    if (IsTimesKey(key) && mKeyFrameTimes.size() < kMaxIndexEntries) mKeyFrameTimes.push(number);
+}
+
+}  // namespace FlvReader
