@@ -152,28 +152,33 @@ sp<ABuffer> Unescape(const uint8_t* data, size_t size) {
     size_t length = 0;
     int zeros = 0;
     for (size_t i = 0; i < size; ++i) {
-        if (zeros >= 2 && data[i] == 3) {
-            zeros = 0;
-            continue;
-        }
+        const bool emulationPrevention = zeros >= 2 && data[i] == 3;
         zeros = data[i] == 0 ? zeros + 1 : 0;
-        copy->data()[length++] = data[i];
+        if (!emulationPrevention) copy->data()[length++] = data[i];
     }
     copy->setRange(0, length);
     return copy;
 }
 
-// Whether a platform's parser can read a NAL unit without running out, whichever dialect it speaks and
-// whether or not it removes emulation prevention bytes. What the set means is what stands there without them.
-bool IsSafeSps(const uint8_t* nal, size_t size) {
-    if ((nal[0] & kNalTypeMask) != kNalTypeSps) return false;
-    const sp<ABuffer> unescaped = Unescape(nal, size);
-    if (!CheckSps(unescaped->data() + 1, unescaped->size() - 1, kStandard).sane) return false;
+// Whether no parser runs out in a NAL unit as it stands, whichever dialect it speaks.
+bool IsCompleteInEachDialect(const uint8_t* nal, size_t size) {
     for (const Dialect& dialect : kDialects) {
-        if (!CheckSps(unescaped->data() + 1, unescaped->size() - 1, dialect).complete) return false;
         if (!CheckSps(nal + 1, size - 1, dialect).complete) return false;
     }
     return true;
+}
+
+// The NAL unit to hand to a platform's parser, or null when there is none that it could read. Platforms
+// differ in whether theirs removes emulation prevention bytes: it must come to its end either way.
+sp<ABuffer> ReadableSps(uint8_t* nal, size_t size) {
+    if ((nal[0] & kNalTypeMask) != kNalTypeSps) return nullptr;
+    const sp<ABuffer> unescaped = Unescape(nal, size);
+    if (!CheckSps(unescaped->data() + 1, unescaped->size() - 1, kStandard).sane) return nullptr;
+    if (!IsCompleteInEachDialect(unescaped->data(), unescaped->size())) return nullptr;
+    if (IsCompleteInEachDialect(nal, size)) return new ABuffer(nal, size);
+    // Without anything left to remove, the copy reads alike everywhere.
+    const bool readsAlike = Unescape(unescaped->data(), unescaped->size())->size() == unescaped->size();
+    return readsAlike ? unescaped : nullptr;
 }
 
 bool IsPictureDimension(int32_t value) {
@@ -185,10 +190,9 @@ bool IsPictureDimension(int32_t value) {
 void FindAvcPictureSize(uint8_t* record, size_t size, int32_t* width, int32_t* height) {
     *width = *height = 0;
     if (size < kFirstSpsOffset + 2) return;
-    uint8_t* sps = record + kFirstSpsOffset;
-    const size_t spsSize = size - kFirstSpsOffset;
-    if (!IsSafeSps(sps, spsSize)) return;
-    android::FindAVCDimensions(new ABuffer(sps, spsSize), width, height, nullptr, nullptr);
+    const sp<ABuffer> sps = ReadableSps(record + kFirstSpsOffset, size - kFirstSpsOffset);
+    if (sps == nullptr) return;
+    android::FindAVCDimensions(sps, width, height, nullptr, nullptr);
     if (!IsPictureDimension(*width) || !IsPictureDimension(*height)) *width = *height = 0;
 }
 
