@@ -131,6 +131,9 @@ bool CFlv::ScanTags(HevcParameterSets* parameterSets) {
         if (!first && tag.mPreviousTagSize != previousDataSize + kTagHeaderBytes) mPrevTagSizeMismatch = true;
         previousDataSize = tag.mDataSize;
         if (!ExamineTag(tag, tagEnd, parameterSets)) return false;
+        // A codec header that the source did not deliver ends the scan as a tag header does: a later tag must
+        // not be taken for the one that carries the configuration.
+        if (tag.mTagType != kTagScriptData && !mFile->Delivered()) break;
         mFile->ByteSeek(tagEnd);
         if (mAudioStartPos != 0 && mVideoStartPos != 0) break;
     }
