@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/Terminal.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "support/Failure.h"
+
+namespace orvel {
+namespace {
+
+bool IsC1(std::string_view text, size_t i) {
+    if (static_cast<unsigned char>(text[i]) != 0xc2 || i + 1 >= text.size()) return false;
+    auto next = static_cast<unsigned char>(text[i + 1]);
+    return next >= 0x80 && next <= 0x9f;
+}
+
+// SIGPIPE is ignored while the program runs, since a socket may raise it too; here it is what ends a filter.
+[[noreturn]] void EndAtClosedPipe() {
+    signal(SIGPIPE, SIG_DFL);
+    raise(SIGPIPE);
+    throw Failure(ExitCode::kInputOutput, "standard output: " + std::string(strerror(EPIPE)));
+}
+
+void CheckOut(bool ok) {
+    if (ok) return;
+    if (errno == EPIPE) EndAtClosedPipe();
+    throw Failure(ExitCode::kInputOutput, "standard output: " + std::string(strerror(errno)));
+}
+
+}  // namespace
+
+std::string EscapeControls(std::string_view text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x20 || byte == 0x7f) {
+            out += fmt::format("\\x{:02x}", byte);
+        } else if (IsC1(text, i)) {
+            out += fmt::format("\\xc2\\x{:02x}", static_cast<unsigned char>(text[++i]));
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+void WriteOut(std::string_view text) {
+    CheckOut(fwrite(text.data(), 1, text.size(), stdout) == text.size());
+}
+
+void FlushOut() {
+    CheckOut(fflush(stdout) == 0);
+}
+
+void Complain(std::string_view message) {
+    fflush(stdout);
+    std::string line = "orvel-flv: " + EscapeControls(message) + "\n";
+    fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace orvel

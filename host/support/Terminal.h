@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <fmt/format.h>
+
+#include <string>
+#include <string_view>
+
+namespace orvel {
+
+// The text with its control characters (C0, DEL and, as UTF-8, C1) written as \xNN, so that a file's name
+// cannot move the cursor, recolour the screen or make a second line of a message.
+std::string EscapeControls(std::string_view text);
+
+// Standard output, for data only. A write that fails throws Failure (kInputOutput), except that a closed pipe
+// ends the program at once and quietly, as a filter's reader going away always does.
+void WriteOut(std::string_view text);
+void FlushOut();
+template <typename... T>
+void PrintOut(fmt::format_string<T...> format, T&&... values) {
+    WriteOut(fmt::format(format, std::forward<T>(values)...));
+}
+
+// One line on standard error: "orvel-flv: " and the message, escaped. Never throws.
+void Complain(std::string_view message);
+
+}  // namespace orvel
