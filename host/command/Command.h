@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "loader/PluginLoader.h"
+#include "support/Failure.h"
+
+namespace CLI {
+class App;
+}
+
+namespace orvel {
+
+// One subcommand. It states its options once, and runs when it was the one named; its options' values are its
+// members.
+class Command {
+  public:
+    virtual ~Command() = default;
+
+    // Adds the subcommand to the program's and returns it.
+    virtual CLI::App* addTo(CLI::App& program) = 0;
+
+    // Result: the worst of what its inputs ended in. A Failure ends the program.
+    virtual ExitCode run(const Plugin& plugin) = 0;
+};
+
+// A new subcommand is a file with one of these functions, and a row in CommandLine.cpp.
+std::unique_ptr<Command> MakeProbeCommand();
+std::unique_ptr<Command> MakeExtractCommand();
+std::unique_ptr<Command> MakeRemuxCommand();
+std::unique_ptr<Command> MakeThumbnailCommand();
+
+// Does the work for each input in turn. One that fails is complained about, and the next one is taken; the
+// result is the worst exit code.
+ExitCode ForEachInput(const std::vector<std::string>& locations,
+                      const std::function<ExitCode(const std::string&)>& work);
+
+}  // namespace orvel

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command/CommandLine.h"
+
+#include <signal.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "command/Command.h"
+#include "command/PlatformLog.h"
+#include "support/Terminal.h"
+
+namespace orvel {
+namespace {
+
+constexpr char kDescription[] = "Takes FLV files apart through the extractor plug-in, as a device does.";
+constexpr char kFooter[] =
+        "Exit codes: 0 done; 1 an input is damaged, is not FLV or holds nothing of what was asked for; "
+        "2 usage;\n3 input or output error. Of several inputs, the worst counts (3, then 1, then 0).\n"
+        "Data goes to standard output, messages to standard error.";
+
+using Commands = std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>>;
+
+void Add(Commands* commands, CLI::App& program, std::unique_ptr<Command> command) {
+    CLI::App* app = command->addTo(program);
+    app->footer(kFooter);
+    commands->emplace_back(app, std::move(command));
+}
+
+// The first line says it all; the library's second one would tell people to read the help, and how.
+int ReportUsage(const CLI::App& program, const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+        program.exit(error);
+        return static_cast<int>(ExitCode::kDone);
+    }
+    std::string text = error.what();
+    Complain(text.substr(0, text.find('\n')));
+    return static_cast<int>(ExitCode::kUsage);
+}
+
+ExitCode Run(const Commands& commands, const std::string& pluginPath) {
+    Plugin plugin = Plugin::Load(pluginPath);
+    ExitCode worst = ExitCode::kDone;
+    for (const auto& [app, command] : commands) {
+        if (app->parsed()) worst = std::max(worst, command->run(plugin));
+    }
+    FlushOut();
+    return worst;
+}
+
+}  // namespace
+
+ExitCode ForEachInput(const std::vector<std::string>& locations,
+                      const std::function<ExitCode(const std::string&)>& work) {
+    ExitCode worst = ExitCode::kDone;
+    for (const std::string& location : locations) {
+        try {
+            worst = std::max(worst, work(location));
+        } catch (const Failure& failure) {
+            Complain(failure.what());
+            worst = std::max(worst, failure.code());
+        }
+    }
+    return worst;
+}
+
+int RunCommandLine(int argc, const char* const* argv) {
+    // A socket or a pipe that goes away is an error where it is written to, not the end of the process.
+    signal(SIGPIPE, SIG_IGN);
+    CLI::App program(kDescription, "orvel-flv");
+    int verbosity = 0;
+    std::string pluginPath;
+    program.add_flag("-v,--verbose", verbosity,
+                     "Show the platform log from info priority on; twice: all of it");
+    program.add_option("--plugin", pluginPath, "The plug-in to load, rather than the one beside the program")
+            ->type_name("PATH");
+    program.footer(kFooter);
+    program.fallthrough();
+    Commands commands;
+    Add(&commands, program, MakeProbeCommand());
+    Add(&commands, program, MakeExtractCommand());
+    Add(&commands, program, MakeRemuxCommand());
+    Add(&commands, program, MakeThumbnailCommand());
+    try {
+        program.parse(argc, argv);
+        if (program.get_subcommands().size() != 1) {
+            throw Failure(ExitCode::kUsage, "a subcommand is expected (see orvel-flv --help)");
+        }
+        SetUpPlatformLog(verbosity);
+        return static_cast<int>(Run(commands, pluginPath));
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(program, error);
+    } catch (const Failure& failure) {
+        Complain(failure.what());
+        return static_cast<int>(failure.code());
+    } catch (const std::exception& error) {
+        Complain(error.what());
+        return static_cast<int>(ExitCode::kInputOutput);
+    }
+}
+
+}  // namespace orvel

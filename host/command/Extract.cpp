@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "command/Command.h"
+#include "command/ExtractedTrack.h"
+#include "command/RecoveringReader.h"
+#include "command/Options.h"
+#include "support/Terminal.h"
+#include "support/TimeText.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kDescription[] =
+        "Writes each track's elementary stream, named after the input, with the codec's extension.\n"
+        "  orvel-flv extract clip.flv\n"
+        "  orvel-flv extract clip.flv -o parts --timestamps\n"
+        "  orvel-flv extract clip.flv --track audio --from 0:01:00 --to 0:02:30.5\n"
+        "AVC becomes .h264, HEVC .h265, AAC .aac, MP3 .mp3, PCM and ADPCM .wav, H.263 and VP6 .ivf.\n"
+        "A track that ends well before the duration is named in a warning; when every track does, the\n"
+        "exit code is 1.";
+
+class ExtractCommand : public Command {
+  public:
+    CLI::App* addTo(CLI::App& program) override;
+    ExitCode run(const Plugin& plugin) override;
+
+  private:
+    using Tracks = std::vector<std::unique_ptr<ExtractedTrack>>;
+
+    ExitCode extract(const Plugin& plugin, const std::string& location);
+    Tracks openTracks(const Input& input, const std::string& stem);
+    TrackReader openReader(const Plugin& plugin, const Input& input, size_t track) const;
+    void copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const;
+    bool warn(const Input& input, const ExtractedTrack& track) const;
+
+    std::vector<std::string> mLocations;
+    std::string mFolder = ".";
+    std::string mTrack;
+    std::optional<int64_t> mFromUs;
+    std::optional<int64_t> mToUs;
+    bool mWithTimestamps = false;
+    bool mForce = false;
+    bool mRecovers = false;
+    std::set<std::string> mWritten;
+};
+
+CLI::App* ExtractCommand::addTo(CLI::App& program) {
+    CLI::App* app = program.add_subcommand("extract", kDescription);
+    app->add_option("FILE", mLocations, "Files or http(s) URLs")->required();
+    app->add_option("-o,--output", mFolder,
+                    "Folder for the files, made when missing (default: the current one)")
+            ->type_name("DIR");
+    app->add_option("--track", mTrack, "Only this track")->check(CLI::IsMember({"video", "audio"}));
+    AddTimeOption(app, "--from", &mFromUs,
+                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
+    AddTimeOption(app, "--to", &mToUs, "End a track before its first sample at or after this time");
+    app->add_flag("--timestamps", mWithTimestamps,
+                  "Also a timestamp file beside each (format v2, as mkvmerge takes it)");
+    app->add_flag("--force", mForce, "Replace files that exist");
+    app->add_flag("--recover", mRecovers, "Go on behind damage that ends a track early, and say what is lost");
+    return app;
+}
+
+ExitCode ExtractCommand::run(const Plugin& plugin) {
+    if (mFromUs && mToUs && *mToUs <= *mFromUs) {
+        throw Failure(ExitCode::kUsage, "--to: not after --from");
+    }
+    std::error_code error;
+    fs::create_directories(mFolder, error);
+    if (error) {
+        throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", mFolder, error.message()));
+    }
+    return ForEachInput(mLocations, [&](const std::string& location) { return extract(plugin, location); });
+}
+
+ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& location) {
+    Input input(plugin, location);
+    std::string stem = (fs::path(mFolder) / StemOf(location, plugin.extensions())).lexically_normal();
+    Tracks tracks = openTracks(input, stem);
+    copySamples(plugin, input, tracks);
+    input.throwIfReadsFailed();
+    bool isEmpty = std::all_of(tracks.begin(), tracks.end(),
+                               [](const auto& track) { return track->span().count() == 0; });
+    if (isEmpty) {
+        throw Failure(ExitCode::kDamaged,
+                      fmt::format("{}: no samples{}", input.name(), mFromUs || mToUs ? " in that span" : ""));
+    }
+    size_t cutShort = 0;
+    for (const auto& track : tracks) {
+        std::string report = track->commit();
+        if (!report.empty()) PrintOut("{}\n", EscapeControls(report));
+        mWritten.insert(track->path());
+        if (warn(input, *track)) ++cutShort;
+    }
+    return cutShort == tracks.size() ? ExitCode::kDamaged : ExitCode::kDone;
+}
+
+ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std::string& stem) {
+    Tracks tracks;
+    for (size_t i = 0; i < input.tracks().size(); ++i) {
+        const TrackFormat& format = input.tracks()[i];
+        if (!mTrack.empty() && mTrack != format.kindName()) continue;
+        try {
+            auto existing = mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep;
+            tracks.push_back(std::make_unique<ExtractedTrack>(input, i, stem, existing, mWithTimestamps));
+        } catch (const Failure& failure) {
+            if (failure.code() != ExitCode::kDamaged) throw;
+            throw Failure(failure.code(),
+                          fmt::format("{}: {} track: {}", input.name(), format.kindName(), failure.what()));
+        }
+        if (mWritten.count(tracks.back()->path()) > 0) {
+            throw Failure(ExitCode::kInputOutput,
+                          fmt::format("{}: would replace {}, made from an input of the same name",
+                                      input.name(), tracks.back()->path()));
+        }
+    }
+    if (tracks.empty()) {
+        throw Failure(ExitCode::kDamaged, fmt::format("{}: no {} track", input.name(), mTrack));
+    }
+    return tracks;
+}
+
+TrackReader ExtractCommand::openReader(const Plugin& plugin, const Input& input, size_t track) const {
+    if (!mRecovers) return input.openTrack(track);
+    return OpenRecovering(plugin, input, track, [&input, track](const LostSpan& span) {
+        Complain(DescribeLoss(input, track, span));
+    });
+}
+
+void ExtractCommand::copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const {
+    std::vector<TrackReader> readers;
+    for (const auto& track : tracks)
+        readers.push_back(openReader(plugin, input, track->track()));
+    Interleaver samples(std::move(readers), mFromUs);
+    while (auto turn = samples.next()) {
+        if (mToUs && turn->sample->timeUs >= *mToUs) {
+            samples.end(turn->track);
+        } else {
+            tracks[turn->track]->write(*turn->sample);
+        }
+    }
+}
+
+// Result: whether the track is cut short.
+bool ExtractCommand::warn(const Input& input, const ExtractedTrack& track) const {
+    const char* kind = input.tracks()[track.track()].kindName();
+    std::string remark = track.remark();
+    if (!remark.empty()) Complain(fmt::format("{}: {} track: {}", input.name(), kind, remark));
+    int64_t endUs = mToUs ? std::min(*mToUs, input.durationUs()) : input.durationUs();
+    if (track.span().count() == 0) {
+        Complain(fmt::format("{}: the {} track has no samples{}", input.name(), kind,
+                             mFromUs || mToUs ? " in that span" : ""));
+        return true;
+    }
+    if (!track.span().endsWellBefore(endUs)) return false;
+    Complain(fmt::format("{}: the {} track ends at {} s, well before {} s, the {}", input.name(), kind,
+                         FormatSeconds(track.span().lastUs()), FormatSeconds(endUs),
+                         endUs == input.durationUs() ? "duration" : "time asked for"));
+    return true;
+}
+
+}  // namespace
+
+std::unique_ptr<Command> MakeExtractCommand() {
+    return std::make_unique<ExtractCommand>();
+}
+
+}  // namespace orvel

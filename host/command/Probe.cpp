@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "command/Command.h"
+#include "command/Description.h"
+#include "command/Options.h"
+#include "command/SeekProbe.h"
+#include "support/Terminal.h"
+#include "support/TimeText.h"
+
+namespace orvel {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kDescription[] =
+        "Shows what a file holds.\n"
+        "  orvel-flv probe clip.flv\n"
+        "  orvel-flv probe --json *.flv | jq .format.duration\n"
+        "  orvel-flv probe --packets clip.flv\n"
+        "  orvel-flv probe --seek 2.5,0:01:00 clip.flv";
+
+std::string SampleLine(const TrackFormat& format, const AccessUnit& sample) {
+    return fmt::format("  {} {:>10} {:>8} {} {:08x}\n", format.kindName(), FormatSeconds(sample.timeUs),
+                       sample.bytes.size, sample.isSync ? "sync" : "-   ", SampleCrc(sample));
+}
+
+std::string SeekLine(const TrackFormat& format, int64_t timeUs, const SeekLanding& landing) {
+    std::string where = landing.isEndOfStream
+                                ? "end of stream"
+                                : fmt::format("{} s, {} bytes, {}", FormatSeconds(landing.timeUs),
+                                              landing.size, landing.isSync ? "sync" : "not sync");
+    return fmt::format("  seek to {} s, {}: {}; {}, {} reads, {} bytes read\n", FormatSeconds(timeUs),
+                       format.kindName(), where, NameOf(landing.route), landing.cost.calls,
+                       landing.cost.bytes);
+}
+
+Json SeekJson(const TrackFormat& format, size_t track, int64_t timeUs, const SeekLanding& landing) {
+    Json json = {{"codec_type", format.kindName()},
+                 {"stream_index", track},
+                 {"seek_time", Seconds(timeUs)},
+                 {"end_of_stream", landing.isEndOfStream}};
+    if (!landing.isEndOfStream) {
+        json["pts"] = landing.timeUs / 1000;
+        json["pts_time"] = Seconds(landing.timeUs);
+        json["size"] = landing.size;
+        json["flags"] = landing.isSync ? "K_" : "__";
+    }
+    json["route"] = NameOf(landing.route);
+    json["nb_reads"] = landing.cost.calls;
+    json["bytes_read"] = landing.cost.bytes;
+    return json;
+}
+
+class ProbeCommand : public Command {
+  public:
+    CLI::App* addTo(CLI::App& program) override;
+    ExitCode run(const Plugin& plugin) override;
+
+  private:
+    void probe(const Input& input);
+    void forEachSample(const Input& input, std::vector<TrackFindings>* findings,
+                       const std::function<void(size_t, const AccessUnit&)>& show);
+    void showText(const Input& input, std::vector<TrackFindings>* findings);
+    void showJson(const Input& input, std::vector<TrackFindings>* findings);
+
+    std::vector<std::string> mLocations;
+    std::vector<int64_t> mSeeks;
+    bool mAsJson = false;
+    bool mWithPackets = false;
+};
+
+CLI::App* ProbeCommand::addTo(CLI::App& program) {
+    CLI::App* app = program.add_subcommand("probe", kDescription);
+    app->add_option("FILE", mLocations, "Files or http(s) URLs")->required();
+    app->add_flag("--json", mAsJson,
+                  "For programs: a JSON document a line, one for each input, as ffprobe's");
+    app->add_flag("--packets", mWithPackets, "Also every sample: time, size, sync flag, CRC-32");
+    app->add_option_function<std::vector<std::string>>(
+               "--seek",
+               [this](const std::vector<std::string>& times) {
+                   for (const std::string& text : times) {
+                       std::optional<int64_t> timeUs = ParseTime(text);
+                       if (!timeUs) throw CLI::ValidationError("--seek", "not a time: " + text);
+                       mSeeks.push_back(*timeUs);
+                   }
+               },
+               "Also where a seek of each track lands, how, and what it reads; seconds or [h:]mm:ss.mmm")
+            ->delimiter(',')
+            ->allow_extra_args(false)
+            ->type_name("T[,T...]");
+    return app;
+}
+
+ExitCode ProbeCommand::run(const Plugin& plugin) {
+    return ForEachInput(mLocations, [&](const std::string& location) {
+        Input input(plugin, location);
+        probe(input);
+        input.throwIfReadsFailed();
+        return ExitCode::kDone;
+    });
+}
+
+void ProbeCommand::probe(const Input& input) {
+    std::vector<TrackFindings> findings(input.tracks().size());
+    for (size_t i = 0; i < findings.size(); ++i)
+        findings[i].pcmBits = GuessPcmBits(input, i);
+    if (mAsJson) {
+        showJson(input, &findings);
+    } else {
+        showText(input, &findings);
+    }
+}
+
+void ProbeCommand::forEachSample(const Input& input, std::vector<TrackFindings>* findings,
+                                 const std::function<void(size_t, const AccessUnit&)>& show) {
+    std::vector<TrackReader> readers;
+    for (size_t i = 0; i < input.tracks().size(); ++i) {
+        (*findings)[i].packets = 0;
+        readers.push_back(input.openTrack(i));
+    }
+    Interleaver samples(std::move(readers), std::nullopt);
+    while (auto turn = samples.next()) {
+        ++*(*findings)[turn->track].packets;
+        show(turn->track, *turn->sample);
+    }
+}
+
+void ProbeCommand::showText(const Input& input, std::vector<TrackFindings>* findings) {
+    WriteOut(EscapeControls(DescribeContainer(input)) + "\n");
+    for (size_t i = 0; i < findings->size(); ++i) {
+        WriteOut(DescribeTrack(input, i, (*findings)[i]) + "\n");
+    }
+    if (mWithPackets) {
+        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
+            WriteOut(SampleLine(input.tracks()[track], sample));
+        });
+    }
+    for (int64_t timeUs : mSeeks) {
+        for (size_t i = 0; i < findings->size(); ++i) {
+            WriteOut(SeekLine(input.tracks()[i], timeUs, ProbeSeek(input, i, timeUs)));
+        }
+    }
+}
+
+// Packets come first, as in ffprobe's documents, so that none has to be kept and the streams can tell their
+// number.
+void ProbeCommand::showJson(const Input& input, std::vector<TrackFindings>* findings) {
+    WriteOut("{");
+    if (mWithPackets) {
+        const char* separator = "\"packets\":[";
+        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
+            WriteOut(separator + Dump(SampleJson(input.tracks()[track], track, sample)));
+            separator = ",";
+        });
+        WriteOut(*separator == ',' ? "]," : "\"packets\":[],");
+    }
+    Json rest;
+    for (size_t i = 0; i < findings->size(); ++i)
+        rest["streams"].push_back(TrackJson(input, i, (*findings)[i]));
+    rest["format"] = ContainerJson(input);
+    for (int64_t timeUs : mSeeks) {
+        for (size_t i = 0; i < findings->size(); ++i) {
+            rest["seeks"].push_back(SeekJson(input.tracks()[i], i, timeUs, ProbeSeek(input, i, timeUs)));
+        }
+    }
+    WriteOut(Dump(rest).substr(1) + "\n");
+}
+
+}  // namespace
+
+std::unique_ptr<Command> MakeProbeCommand() {
+    return std::make_unique<ProbeCommand>();
+}
+
+}  // namespace orvel

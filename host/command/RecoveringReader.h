@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <media/stagefright/MediaSource.h>
+
+#include <functional>
+#include <optional>
+
+#include "command/Input.h"
+#include "source/SalvageView.h"
+
+namespace orvel {
+
+// What a track has lost to damage: of the samples between these times none was delivered.
+struct LostSpan {
+    int64_t lastUs = 0;     // the latest sample before; -1 when there was none
+    int64_t resumedUs = 0;  // the sample that reading went on with
+};
+using LossReport = std::function<void(const LostSpan&)>;
+
+// One track of a file that may be damaged in the middle, as a source like the plug-in's own. The plug-in ends a track
+// where the chain of tags breaks. When that is well before the duration, this source seeks on past the last sample in
+// growing steps, through the plug-in, until one later than all before is delivered, then back between the last step
+// that failed and that sample for an earlier one, and goes on from there; a video track goes on with a sync sample.
+// No sample is delivered twice. A track that ends where it should is delivered exactly as the plug-in delivers it.
+//
+// The number of seeks is bounded for a loss and for a track. Every instance has an extractor of its own, so that
+// tracks do not disturb each other's positions.
+class RecoveringReader : public android::MediaSource {
+  public:
+    // The plug-in and the input must outlive it. report is called before the sample that ends the span is delivered.
+    RecoveringReader(const Plugin& plugin, const Input& input, size_t track, LossReport report);
+
+    android::status_t start(android::MetaData* params = nullptr) override;
+    android::status_t stop() override;
+    android::sp<android::MetaData> getFormat() override;
+    // A seek is passed on; after it the track counts as beginning there.
+    android::status_t read(android::MediaBuffer** buffer, const ReadOptions* options = nullptr) override;
+
+  protected:
+    ~RecoveringReader() override = default;
+
+  private:
+    void openTrack();
+    android::status_t deliver(android::MediaBuffer** buffer);
+    bool isRepetition(android::MediaBuffer* buffer) const;
+    bool endsEarly() const;
+    android::status_t recover(android::MediaBuffer** buffer);
+    std::optional<int64_t> findLaterSample();
+    std::optional<int64_t> stepOn(int64_t* failedUs);
+    int64_t goBack(int64_t failedUs, int64_t landedUs);
+    std::optional<int64_t> probe(int64_t timeUs);
+    bool isLater(android::MediaBuffer* buffer, int64_t* timeUs) const;
+
+    const Plugin& mPlugin;
+    const TrackFormat mFormat;
+    const LossReport mReport;
+    const android::sp<SalvageView> mView;
+    android::sp<android::IMediaSource> mSource;
+    off64_t mHeadEnd = -1;  // end of what the plug-in needs to know the track by; -1 before the first sample
+    off64_t mReached = 0;   // somewhat before the end of the sample delivered last
+    int64_t mLatestUs = -1;
+    int64_t mLongestGapUs = 0;
+    std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
+    int mSeeksLeft;
+};
+
+// A reader of the track that recovers.
+TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t track, LossReport report);
+
+// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s".
+std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span);
+
+}  // namespace orvel

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "av/LoadAvModule.h"
+#include "command/Command.h"
+#include "command/Options.h"
+#include "remux/Container.h"
+#include "remux/Remuxer.h"
+#include "remux/Sinks.h"
+#include "support/Terminal.h"
+#include "support/TimeText.h"
+
+namespace orvel {
+namespace {
+
+constexpr char kDescription[] =
+        "Puts the tracks into another container as they are, without encoding anything anew.\n"
+        "  orvel-flv remux clip.flv clip.mkv\n"
+        "  orvel-flv remux clip.flv part.mp4 --from 0:01:00 --to 0:02:30.5\n"
+        "  orvel-flv remux clip.flv - | ffplay -\n"
+        "OUT ends in .mkv, .mp4, .mov or .ts; - is standard output, as Matroska. Matroska takes every "
+        "codec,\n"
+        ".mov AVC, HEVC, AAC, MP3 and PCM, .mp4 and .ts these without PCM; other pairs are refused (exit "
+        "code 2).\n"
+        "Times are kept to the millisecond; with --from, they count from the earliest sample written.";
+
+class RemuxCommand : public Command {
+  public:
+    CLI::App* addTo(CLI::App& program) override;
+    ExitCode run(const Plugin& plugin) override;
+
+  private:
+    const Container& chooseContainer() const;
+    void copy(const Input& input, const Container& container, Remuxer* remuxer);
+    void runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink);
+    void report(const Input& input, const Container& container, const Remuxer& remuxer, uint64_t size) const;
+    ExitCode warn(const Input& input, const Remuxer& remuxer) const;
+
+    std::string mLocation;
+    std::string mOutput;
+    std::optional<int64_t> mFromUs;
+    std::optional<int64_t> mToUs;
+    bool mForce = false;
+};
+
+CLI::App* RemuxCommand::addTo(CLI::App& program) {
+    CLI::App* app = program.add_subcommand("remux", kDescription);
+    app->add_option("FILE", mLocation, "File or http(s) URL")->required();
+    app->add_option("OUT", mOutput, "The file to write, or - for standard output")->required();
+    AddTimeOption(app, "--from", &mFromUs,
+                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
+    AddTimeOption(app, "--to", &mToUs, "End a track before its first sample at or after this time");
+    app->add_flag("--force", mForce, "Replace a file that exists");
+    return app;
+}
+
+ExitCode RemuxCommand::run(const Plugin& plugin) {
+    if (mFromUs && mToUs && *mToUs <= *mFromUs) throw Failure(ExitCode::kUsage, "--to: not after --from");
+    const Container& container = chooseContainer();
+    Input input(plugin, mLocation);
+    RequireTaken(container, input.tracks(), input.name());
+    Remuxer remuxer(input, LoadAvModule());
+    copy(input, container, &remuxer);
+    return warn(input, remuxer);
+}
+
+const Container& RemuxCommand::chooseContainer() const {
+    if (mOutput == "-") {
+        if (isatty(STDOUT_FILENO) != 0) throw Failure(ExitCode::kUsage, "-: standard output is a terminal");
+        return Containers()[0];
+    }
+    const Container* container = FindContainer(mOutput);
+    if (container == nullptr)
+        throw Failure(ExitCode::kUsage, mOutput + ": ends in none of .mkv, .mp4, .mov and .ts");
+    return *container;
+}
+
+void RemuxCommand::copy(const Input& input, const Container& container, Remuxer* remuxer) {
+    if (mOutput == "-") {
+        StandardOutputSink sink;
+        runInto(input, container, remuxer, sink);
+        return;
+    }
+    AtomicFile file(mOutput, mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep);
+    FileSink sink(file);
+    runInto(input, container, remuxer, sink);
+    file.commit();
+    report(input, container, *remuxer, file.size());
+}
+
+void RemuxCommand::runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink) {
+    std::vector<TrackReader> readers;
+    for (size_t i = 0; i < input.tracks().size(); ++i)
+        readers.push_back(input.openTrack(i));
+    Interleaver samples(std::move(readers), mFromUs);
+    auto feed = [&]() {
+        auto turn = samples.next();
+        while (turn && mToUs && turn->sample->timeUs >= *mToUs) {
+            samples.end(turn->track);
+            turn = samples.next();
+        }
+        return turn;
+    };
+    try {
+        remuxer->run(feed, container.format, mFromUs.has_value(), sink);
+    } catch (const Failure& failure) {
+        input.throwIfReadsFailed();
+        throw Failure(failure.code(), fmt::format("{}: {}", input.name(), failure.what()));
+    }
+    input.throwIfReadsFailed();
+}
+
+void RemuxCommand::report(const Input& input, const Container& container, const Remuxer& remuxer,
+                          uint64_t size) const {
+    PrintOut("{}: {}, {} bytes", EscapeControls(mOutput), container.title, size);
+    for (size_t i = 0; i < input.tracks().size(); ++i) {
+        const TrackFormat& format = input.tracks()[i];
+        const TrackSpan& span = remuxer.span(i);
+        PrintOut("; {} {}, {} samples, {} s to {} s", format.kindName(), TraitsOf(format.codec).title,
+                 span.count(), FormatSeconds(span.firstUs()), FormatSeconds(span.lastUs()));
+    }
+    if (remuxer.shiftUs() != 0) PrintOut("; written {} s earlier", FormatSeconds(remuxer.shiftUs()));
+    PrintOut("\n");
+}
+
+ExitCode RemuxCommand::warn(const Input& input, const Remuxer& remuxer) const {
+    std::string remark = remuxer.remark();
+    if (!remark.empty()) Complain(fmt::format("{}: {}", input.name(), remark));
+    int64_t endUs = mToUs ? std::min(*mToUs, input.durationUs()) : input.durationUs();
+    size_t cutShort = 0;
+    for (size_t i = 0; i < input.tracks().size(); ++i) {
+        const TrackSpan& span = remuxer.span(i);
+        if (span.count() > 0 && !span.endsWellBefore(endUs)) continue;
+        ++cutShort;
+        std::string what = span.count() == 0
+                                   ? std::string("has no samples")
+                                   : fmt::format("ends at {} s, well before {} s",
+                                                 FormatSeconds(span.lastUs()), FormatSeconds(endUs));
+        Complain(fmt::format("{}: the {} track {}", input.name(), input.tracks()[i].kindName(), what));
+    }
+    return cutShort == input.tracks().size() ? ExitCode::kDamaged : ExitCode::kDone;
+}
+
+}  // namespace
+
+std::unique_ptr<Command> MakeRemuxCommand() {
+    return std::make_unique<RemuxCommand>();
+}
+
+}  // namespace orvel

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <media/IMediaSource.h>
+
+#include <optional>
+#include <vector>
+
+#include "format/AccessUnit.h"
+
+namespace orvel {
+
+// One track, read sample by sample through the framework's source, which is started and stopped with it.
+class TrackReader {
+  public:
+    explicit TrackReader(const android::sp<android::IMediaSource>& source);
+    ~TrackReader();
+    TrackReader(TrackReader&& other) noexcept;
+    TrackReader(const TrackReader&) = delete;
+    TrackReader& operator=(const TrackReader&) = delete;
+
+    // Goes to the next sample, or to the one that a seek lands on. False at the end of the stream, which is
+    // also how the plug-in reports a failed read.
+    bool next();
+    bool seek(int64_t timeUs);
+
+    // The sample gone to last; its bytes hold until the next call.
+    const AccessUnit& sample() const { return mSample; }
+
+  private:
+    bool read(const android::IMediaSource::ReadOptions* options);
+    void releaseBuffer();
+
+    android::sp<android::IMediaSource> mSource;
+    android::MediaBuffer* mBuffer = nullptr;
+    AccessUnit mSample;
+};
+
+// Several tracks as a player takes them: always the track whose next sample is the earliest, and of two equal
+// ones the first. Holds one sample of each.
+class Interleaver {
+  public:
+    // With startUs, every track begins where a seek to it lands.
+    Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs);
+
+    // The track whose turn it is, with its sample; nothing at the end of all.
+    struct Turn {
+        size_t track;
+        const AccessUnit* sample;
+    };
+    std::optional<Turn> next();
+
+    // Takes no more samples of a track.
+    void end(size_t track) { mLives[track] = false; }
+
+  private:
+    std::vector<TrackReader> mTracks;
+    std::vector<bool> mLives;
+    std::optional<size_t> mTaken;
+};
+
+}  // namespace orvel

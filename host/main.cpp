@@ -1,0 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command/CommandLine.h"
+
+int main(int argc, char** argv) {
+    return orvel::RunCommandLine(argc, argv);
+}
