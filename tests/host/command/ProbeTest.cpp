@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+
+#include "HostFixture.h"
+
+namespace orvel {
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using Json = nlohmann::json;
+
+class ProbeTest : public HostTest {};
+
+TEST_F(ProbeTest, UsageErrors) {
+    for (std::string arguments :
+         {"", "frob", "probe", "probe --wrong x", "probe --seek 1:99 x", "extract --track subtitles x",
+          "extract --from 2 --to 2 x", "extract --from=-1 x"}) {
+        Outcome outcome = run(arguments);
+        EXPECT_EQ(2, outcome.code) << arguments;
+        EXPECT_THAT(outcome.err, MatchesRegex("orvel-flv: [^\n]+\n")) << arguments;
+    }
+}
+
+TEST_F(ProbeTest, ExitCodesAndOneLineThatSaysWhy) {
+    write("short.flv", Text("FLV") + Bytes{1, 5});
+    write("m\x1b[31mp4\n.flv", Bytes{0, 0, 0, 0x18, 0x66, 0x74, 0x79, 0x70, 0, 0, 0, 0, 0});
+    const std::string noTrack = "tests/data/pcm_alaw_only.flv";
+    write("garbage.flv",
+          EditTags(noTrack, [](uint8_t* tag, uint32_t timeMs) { tag[0] ^= timeMs > 4000 ? 15 : 0; }));
+    const std::string good = kSamples + "h263_mp3.flv";
+    const std::tuple<std::string, int, std::string> cases[] = {
+            {"short.flv", 1, "short.flv: byte offset 5: expected .*, found the end of the file"},
+            {"m*.flv", 1, "m.x1b\\[31mp4.x0a.flv: byte offset 0: expected .*, found 00 00 00"},
+            {ORVEL_SOURCE_DIR "/" + noTrack, 1, ".*: byte offset 9: expected .* a supported codec.*"},
+            {"garbage.flv", 1, "garbage.flv: byte offset 33476: expected .*, found type 7"},
+            {"missing.flv", 3, "missing.flv: No such file.*"},
+            {"--plugin missing.so " + good, 3, ".*missing.so.*"},
+            {good + " >/dev/full", 3, "standard output: No space.*"},
+            {"short.flv . " + good, 3, "short.flv: .*\n.*: \\.: Is a directory"}};
+    for (const auto& [arguments, code, why] : cases) {
+        Outcome outcome = run("probe " + arguments);
+        EXPECT_EQ(code, outcome.code) << arguments;
+        EXPECT_THAT(outcome.err, MatchesRegex("orvel-flv: " + why + "\n"));
+    }
+    EXPECT_THAT(run("probe short.flv " + good).out, HasSubstr("Sorenson H.263"));
+}
+
+Json Pick(const Json& object, const std::vector<std::string>& names) {
+    Json picked;
+    for (const std::string& name : names)
+        picked.push_back(object.at(name));
+    return picked;
+}
+
+TEST_F(ProbeTest, JsonHasFfprobesShape) {
+    std::string lines = run("probe --json " + kSamples + "[ah][ve]*_aac*.flv").out;
+    size_t end = lines.find('\n');
+    Json avc = Json::parse(lines.substr(0, end)), hevc = Json::parse(lines.substr(end + 1));
+    EXPECT_EQ(Json({14.08, "flv", 2, 325272, 14}),
+              Pick(avc["format"], {"duration", "format_name", "nb_streams", "size", "nb_index_entries"}));
+    EXPECT_EQ(Json({"video", "h264", 320, 240, 3.52}),
+              Pick(avc["streams"][0], {"codec_type", "codec_name", "width", "height", "thumbnail_time"}));
+    EXPECT_EQ(Json({1, "aac", "LC", 44100, 2}),
+              Pick(avc["streams"][1], {"index", "codec_name", "profile", "sample_rate", "channels"}));
+    EXPECT_EQ(Json({"hevc", "Main", 420}), Pick(hevc["streams"][0], {"codec_name", "profile", "width"}));
+}
+
+TEST_F(ProbeTest, PacketsEqualFfprobes) {
+    const std::string file = kSamples + "h263_mp3.flv";
+    Json ours = Json::parse(run("probe --json --packets " + file).out);
+    std::string peer = "ffprobe -v error -of json -show_data_hash CRC32 -show_packets ";
+    Json theirs = Json::parse(shell(peer + file).out)["packets"];
+    ASSERT_EQ(theirs.size(), ours["packets"].size());
+    EXPECT_EQ(90, ours["streams"][0]["nb_read_packets"]);
+    int64_t previous = 0;
+    size_t next[2] = {};
+    for (Json packet : ours["packets"]) {
+        EXPECT_LE(std::exchange(previous, packet["pts"]), packet["pts"]);
+        packet["size"] = std::to_string(packet["size"].get<int>());
+        size_t& i = next[packet["codec_type"] == "audio"];
+        while (theirs[i]["codec_type"] != packet["codec_type"])
+            ++i;
+        const std::vector<std::string> names = {"codec_type", "pts", "size", "flags", "data_hash"};
+        EXPECT_EQ(Pick(theirs[i++], names), Pick(packet, names));
+    }
+}
+
+TEST_F(ProbeTest, SeekTellsLandingRouteAndCost) {
+    std::string document = run("probe --json --seek 5.9,0,3600 " + kSamples + "avc_aac_index.flv").out;
+    Json seeks = Json::parse(document)["seeks"];
+    const std::vector<std::string> names = {"stream_index", "seek_time", "pts_time", "flags", "route"};
+    EXPECT_EQ(Json({0, 5.9, 5.08, "K_", "key-frame index"}), Pick(seeks[0], names));
+    EXPECT_EQ(Json({1, 5.9, 5.003, "K_", "key-frame index"}), Pick(seeks[1], names));
+    EXPECT_EQ(Json({0, 0, 0.08, "K_", "start"}), Pick(seeks[2], names));
+    EXPECT_GE(seeks[0]["nb_reads"], 1);
+    EXPECT_EQ(true, seeks[4]["end_of_stream"]);
+    EXPECT_THAT(run("probe --seek 3 " + kSamples + "h263_mp3.flv").out, HasSubstr("plain scan"));
+    write("mismatched.flv", EditTags("samples/h263_mp3.flv", [](uint8_t* tag, uint32_t) { tag[-1] ^= 4; }));
+    EXPECT_THAT(run("probe --seek 3 mismatched.flv").out, HasSubstr("back-off"));
+}
+
+}  // namespace
+}  // namespace orvel
