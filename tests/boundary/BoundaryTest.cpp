@@ -74,5 +74,34 @@ TEST(Boundary, LoadsIsUsedAndUnloads) {
     }
 }
 
+// Every constant by its exported name, and every row of both codec tables through a look-up.
+TEST(Boundary, RegistryHoldsWhatIsListed) {
+    void* library = dlopen(ORVEL_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto constant = [library](const std::string& name) -> std::string {
+        const std::string symbol = "_ZN7android" + std::to_string(name.size()) + name + "E";
+        const auto* value = static_cast<const char* const*>(dlsym(library, symbol.c_str()));
+        return value ? *value : "no " + symbol;
+    };
+    const auto mimeOf = Find<const char*(unsigned, unsigned*)>(library, "_ZN7android11GetMimeTypeEjPj");
+    std::ifstream list(ORVEL_SOURCE_DIR "/tests/boundary/registry.txt");
+    std::string kind, first, second;
+    unsigned id, found, rows = 0;
+    for (; list >> kind; ++rows) {
+        if (kind == "mime" && list >> first >> second) {
+            EXPECT_EQ(constant(first), second) << first;
+        } else if (kind == "codec" && list >> first >> second >> id) {
+            const char* mime = mimeOf(static_cast<unsigned>(std::stoul(first, nullptr, 16)), &found);
+            EXPECT_EQ(mime ? mime : "", constant(second)) << first;
+            EXPECT_EQ(found, id) << first;
+        } else {
+            std::getline(list, first);
+            --rows;
+        }
+    }
+    EXPECT_EQ(rows, 105u + 27 + 44);
+    dlclose(library);
+}
+
 }  // namespace
 }  // namespace orvel

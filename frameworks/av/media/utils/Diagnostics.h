@@ -27,10 +27,11 @@ ORVEL_API void showBacktrace();
 
 // Logs how long a piece of work took: make one, under the name of the work, in the scope that does it.
 // Times are of the wall clock, in milliseconds with fractions dropped. An object belongs to one thread.
+// Not to be derived from: the library is built without run-time type information, as the device's tree is.
 class ORVEL_API MeasureTime {
   public:
     // Starts the clock. The name is copied; null counts as empty.
-    explicit MeasureTime(const char* name);
+    MeasureTime(const char* name);
 
     // Logs the time since the start, at error priority, when it is 2 ms or more.
     virtual ~MeasureTime();

@@ -16,7 +16,7 @@ struct ORVEL_API HLSTime {
     sp<AMessage> mMeta;         // what the record was made from; may be null
 
     // Takes "discontinuitySeq" (int32) and "timeUs" (int64) from the message. meta may be null.
-    explicit HLSTime(const sp<AMessage>& meta);
+    HLSTime(const sp<AMessage>& meta);
 
     // Start of the time's segment on the presentation time line, in microseconds; -1 without a message.
     //

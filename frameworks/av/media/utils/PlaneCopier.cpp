@@ -19,6 +19,7 @@ struct ConstPlane {
 };
 
 void copyPlane(Plane dst, ConstPlane src, ptrdiff_t rowBytes, ptrdiff_t rows) {
+    if (rowBytes == 0) return;  // a picture one pixel wide may come without chroma planes
     if (src.pitch == rowBytes && dst.pitch == rowBytes) {
         memcpy(dst.data, src.data, static_cast<size_t>(rowBytes * rows));
         return;
