@@ -126,7 +126,9 @@ bool applyConformanceWindow(CheckedBitReader& bits, uint32_t chroma_format_idc, 
     const uint32_t right = bits.ue();
     const uint32_t top = bits.ue();
     const uint32_t bottom = bits.ue();
-    if (bits.failed()) return false;
+    // Only a window's offsets are counted in the units of a chroma format, so only here must there be one.
+    if (bits.failed() || chroma_format_idc >= sizeof(kChromaSampling) / sizeof(kChromaSampling[0]))
+        return false;
     const ChromaSampling& chroma = kChromaSampling[chroma_format_idc];
     size->width -= chroma.SubWidthC * (static_cast<int64_t>(left) + right);
     size->height -= chroma.SubHeightC * (static_cast<int64_t>(top) + bottom);
@@ -155,8 +157,7 @@ bool readPictureSize(CheckedBitReader& bits, PictureSize* size) {
     skipSubLayers(bits, sps_max_sub_layers_minus1);
     bits.ue();  // sps_seq_parameter_set_id
     const uint32_t chroma_format_idc = bits.ue();
-    if (bits.failed() || chroma_format_idc >= sizeof(kChromaSampling) / sizeof(kChromaSampling[0]))
-        return false;
+    if (bits.failed()) return false;
     ALOGI("chroma_format_idc=%d", static_cast<int>(chroma_format_idc));
     if (chroma_format_idc == 3) bits.skip(1);  // separate_colour_plane_flag
     return readLumaSize(bits, size) && applyConformanceWindow(bits, chroma_format_idc, size) &&
