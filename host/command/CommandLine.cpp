@@ -7,7 +7,9 @@
 #include <algorithm>
 
 #include "command/Command.h"
+#include "command/InputList.h"
 #include "command/PlatformLog.h"
+#include "support/Progress.h"
 #include "support/Terminal.h"
 
 namespace orvel {
@@ -18,6 +20,31 @@ constexpr char kFooter[] =
         "Exit codes: 0 done; 1 an input is damaged, is not FLV or holds nothing of what was asked for; "
         "2 usage;\n3 input or output error. Of several inputs, the worst counts (3, then 1, then 0).\n"
         "Data goes to standard output, messages to standard error.";
+
+// What the options in front of or behind any subcommand say.
+struct ProgramOptions {
+    int verbosity = 0;
+    std::string pluginPath;
+    bool isQuiet = false;
+    bool isRecursive = false;
+    std::string progress;
+};
+std::vector<std::string>
+        gFolderExtensions;  // of the files that a folder stands for; empty: it stands for itself
+
+void AddOptions(CLI::App& program, ProgramOptions* options) {
+    program.add_flag("-r,--recursive", options->isRecursive, "Take all FLV files in and below folders");
+    program.add_flag("-q,--quiet", options->isQuiet, "No progress on standard error");
+    program.add_option("--progress", options->progress,
+                       "Progress as JSON lines on standard error, for programs (default: on a terminal only)")
+            ->check(CLI::IsMember({"json"}))
+            ->type_name("json");
+    program.add_flag("-v,--verbose", options->verbosity,
+                     "Show the platform log from info priority on; twice: all of it");
+    program.add_option("--plugin", options->pluginPath,
+                       "The plug-in to load, rather than the one beside the program")
+            ->type_name("PATH");
+}
 
 using Commands = std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>>;
 
@@ -38,8 +65,13 @@ int ReportUsage(const CLI::App& program, const CLI::ParseError& error) {
     return static_cast<int>(ExitCode::kUsage);
 }
 
-ExitCode Run(const Commands& commands, const std::string& pluginPath) {
-    Plugin plugin = Plugin::Load(pluginPath);
+ExitCode Run(const Commands& commands, const ProgramOptions& options) {
+    SetUpPlatformLog(options.verbosity);
+    SetProgressMode(!options.progress.empty() ? ProgressMode::kJson
+                    : options.isQuiet         ? ProgressMode::kNone
+                                              : ProgressMode::kTerminal);
+    Plugin plugin = Plugin::Load(options.pluginPath);
+    if (options.isRecursive) gFolderExtensions = plugin.extensions();
     ExitCode worst = ExitCode::kDone;
     for (const auto& [app, command] : commands) {
         if (app->parsed()) worst = std::max(worst, command->run(plugin));
@@ -53,7 +85,8 @@ ExitCode Run(const Commands& commands, const std::string& pluginPath) {
 ExitCode ForEachInput(const std::vector<std::string>& locations,
                       const std::function<ExitCode(const std::string&)>& work) {
     ExitCode worst = ExitCode::kDone;
-    for (const std::string& location : locations) {
+    bool expands = !gFolderExtensions.empty();
+    for (const std::string& location : expands ? ExpandFolders(locations, gFolderExtensions) : locations) {
         try {
             worst = std::max(worst, work(location));
         } catch (const Failure& failure) {
@@ -68,12 +101,8 @@ int RunCommandLine(int argc, const char* const* argv) {
     // A socket or a pipe that goes away is an error where it is written to, not the end of the process.
     signal(SIGPIPE, SIG_IGN);
     CLI::App program(kDescription, "orvel-flv");
-    int verbosity = 0;
-    std::string pluginPath;
-    program.add_flag("-v,--verbose", verbosity,
-                     "Show the platform log from info priority on; twice: all of it");
-    program.add_option("--plugin", pluginPath, "The plug-in to load, rather than the one beside the program")
-            ->type_name("PATH");
+    ProgramOptions options;
+    AddOptions(program, &options);
     program.footer(kFooter);
     program.fallthrough();
     Commands commands;
@@ -81,13 +110,14 @@ int RunCommandLine(int argc, const char* const* argv) {
     Add(&commands, program, MakeExtractCommand());
     Add(&commands, program, MakeRemuxCommand());
     Add(&commands, program, MakeThumbnailCommand());
+    Add(&commands, program, MakeCheckCommand());
+    Add(&commands, program, MakeMapCommand());
     try {
         program.parse(argc, argv);
         if (program.get_subcommands().size() != 1) {
             throw Failure(ExitCode::kUsage, "a subcommand is expected (see orvel-flv --help)");
         }
-        SetUpPlatformLog(verbosity);
-        return static_cast<int>(Run(commands, pluginPath));
+        return static_cast<int>(Run(commands, options));
     } catch (const CLI::ParseError& error) {
         return ReportUsage(program, error);
     } catch (const Failure& failure) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -9,8 +10,10 @@
 
 #include "command/Command.h"
 #include "command/ExtractedTrack.h"
-#include "command/RecoveringReader.h"
 #include "command/Options.h"
+#include "command/RecoveringReader.h"
+#include "source/FileSource.h"
+#include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -24,9 +27,27 @@ constexpr char kDescription[] =
         "  orvel-flv extract clip.flv\n"
         "  orvel-flv extract clip.flv -o parts --timestamps\n"
         "  orvel-flv extract clip.flv --track audio --from 0:01:00 --to 0:02:30.5\n"
+        "  orvel-flv extract - --track audio -o - < clip.flv | mpv -\n"
+        "  orvel-flv extract --recover broken.flv\n"
         "AVC becomes .h264, HEVC .h265, AAC .aac, MP3 .mp3, PCM and ADPCM .wav, H.263 and VP6 .ivf.\n"
         "A track that ends well before the duration is named in a warning; when every track does, the\n"
         "exit code is 1.";
+
+// Some containers want their head changed at the end, so the file is written first.
+void SendToStandardOutput(const std::string& path) {
+    std::string error;
+    android::sp<FileSource> file = FileSource::Open(path, &error);
+    unlink(path.c_str());
+    if (file == nullptr) throw Failure(ExitCode::kInputOutput, path + ": " + error);
+    std::vector<char> chunk(256 * 1024);
+    off64_t offset = 0;
+    ssize_t count;
+    while ((count = file->readAt(offset, chunk.data(), chunk.size())) > 0) {
+        WriteOut(std::string_view(chunk.data(), static_cast<size_t>(count)));
+        offset += count;
+    }
+    if (count < 0) throw Failure(ExitCode::kInputOutput, path + ": " + file->lastError());
+}
 
 class ExtractCommand : public Command {
   public:
@@ -41,6 +62,7 @@ class ExtractCommand : public Command {
     TrackReader openReader(const Plugin& plugin, const Input& input, size_t track) const;
     void copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const;
     bool warn(const Input& input, const ExtractedTrack& track) const;
+    bool toStandardOutput() const { return mFolder == "-"; }
 
     std::vector<std::string> mLocations;
     std::string mFolder = ".";
@@ -55,9 +77,11 @@ class ExtractCommand : public Command {
 
 CLI::App* ExtractCommand::addTo(CLI::App& program) {
     CLI::App* app = program.add_subcommand("extract", kDescription);
-    app->add_option("FILE", mLocations, "Files or http(s) URLs")->required();
+    app->add_option("FILE", mLocations, "Files, http(s) URLs, or - for standard input")->required();
     app->add_option("-o,--output", mFolder,
-                    "Folder for the files, made when missing (default: the current one)")
+                    "Folder for the files, made when missing (default: the current one); - for a track on "
+                    "standard "
+                    "output")
             ->type_name("DIR");
     app->add_option("--track", mTrack, "Only this track")->check(CLI::IsMember({"video", "audio"}));
     AddTimeOption(app, "--from", &mFromUs,
@@ -66,7 +90,8 @@ CLI::App* ExtractCommand::addTo(CLI::App& program) {
     app->add_flag("--timestamps", mWithTimestamps,
                   "Also a timestamp file beside each (format v2, as mkvmerge takes it)");
     app->add_flag("--force", mForce, "Replace files that exist");
-    app->add_flag("--recover", mRecovers, "Go on behind damage that ends a track early, and say what is lost");
+    app->add_flag("--recover", mRecovers,
+                  "Go on behind damage that ends a track early, and say what is lost");
     return app;
 }
 
@@ -74,8 +99,11 @@ ExitCode ExtractCommand::run(const Plugin& plugin) {
     if (mFromUs && mToUs && *mToUs <= *mFromUs) {
         throw Failure(ExitCode::kUsage, "--to: not after --from");
     }
+    if (toStandardOutput() && (mTrack.empty() || mLocations.size() > 1 || mWithTimestamps)) {
+        throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
+    }
     std::error_code error;
-    fs::create_directories(mFolder, error);
+    if (!toStandardOutput()) fs::create_directories(mFolder, error);
     if (error) {
         throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", mFolder, error.message()));
     }
@@ -85,6 +113,7 @@ ExitCode ExtractCommand::run(const Plugin& plugin) {
 ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& location) {
     Input input(plugin, location);
     std::string stem = (fs::path(mFolder) / StemOf(location, plugin.extensions())).lexically_normal();
+    if (toStandardOutput()) stem = fs::temp_directory_path() / fmt::format("orvel-flv-{}", getpid());
     Tracks tracks = openTracks(input, stem);
     copySamples(plugin, input, tracks);
     input.throwIfReadsFailed();
@@ -97,7 +126,11 @@ ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& locati
     size_t cutShort = 0;
     for (const auto& track : tracks) {
         std::string report = track->commit();
-        if (!report.empty()) PrintOut("{}\n", EscapeControls(report));
+        if (toStandardOutput() && !report.empty()) {
+            SendToStandardOutput(track->path());
+        } else if (!report.empty()) {
+            PrintOut("{}\n", EscapeControls(report));
+        }
         mWritten.insert(track->path());
         if (warn(input, *track)) ++cutShort;
     }
@@ -141,12 +174,18 @@ void ExtractCommand::copySamples(const Plugin& plugin, const Input& input, const
     for (const auto& track : tracks)
         readers.push_back(openReader(plugin, input, track->track()));
     Interleaver samples(std::move(readers), mFromUs);
+    int64_t fromUs = mFromUs.value_or(0), toUs = std::min(mToUs.value_or(INT64_MAX), input.durationUs());
+    double bytesPerUs =
+            toUs > fromUs ? static_cast<double>(input.size()) / static_cast<double>(toUs - fromUs) : 0;
+    Progress progress(input.name(), bytesPerUs > 0 ? input.size() : 0);
     while (auto turn = samples.next()) {
         if (mToUs && turn->sample->timeUs >= *mToUs) {
             samples.end(turn->track);
         } else {
             tracks[turn->track]->write(*turn->sample);
         }
+        progress.update(
+                static_cast<int64_t>(static_cast<double>(turn->sample->timeUs - fromUs) * bytesPerUs));
     }
 }
 

@@ -31,7 +31,7 @@ std::string StemOf(const std::string& location, const std::vector<std::string>& 
     for (const std::string& extension : extensions) {
         if (HasExtension(name, extension)) name.resize(name.size() - extension.size());
     }
-    return name.empty() || name == "." || name == ".." ? "output" : name;
+    return name.empty() || name == "." || name == ".." || name == "-" ? "output" : name;
 }
 
 bool HasExtension(const std::string& name, const std::string& extension) {

@@ -18,7 +18,8 @@ namespace orvel {
 // An option that takes a time of zero or more, in any form that ParseTime reads.
 void AddTimeOption(CLI::App* app, const char* name, std::optional<int64_t>* timeUs, const char* description);
 
-// The input's name without folder, without a URL's query, and without an extension that the plug-in serves.
+// The input's name without folder, without a URL's query, and without an extension that the plug-in serves;
+// "output" where that leaves no name.
 std::string StemOf(const std::string& location, const std::vector<std::string>& extensions);
 
 // Whether a file's name ends in this extension, given with its dot and in lower case, in any letter case.

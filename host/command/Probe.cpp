@@ -73,7 +73,7 @@ class ProbeCommand : public Command {
 
 CLI::App* ProbeCommand::addTo(CLI::App& program) {
     CLI::App* app = program.add_subcommand("probe", kDescription);
-    app->add_option("FILE", mLocations, "Files or http(s) URLs")->required();
+    app->add_option("FILE", mLocations, "Files, http(s) URLs, or - for standard input")->required();
     app->add_flag("--json", mAsJson,
                   "For programs: a JSON document a line, one for each input, as ffprobe's");
     app->add_flag("--packets", mWithPackets, "Also every sample: time, size, sync flag, CRC-32");

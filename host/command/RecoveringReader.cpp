@@ -15,19 +15,20 @@ namespace {
 constexpr int64_t kMillisecond = 1000;
 constexpr int64_t kSecond = 1000 * kMillisecond;
 
-// A file with more damage than this many seeks get over is not worth the hours.
+// A file with more damage than so many seeks and breaks is not worth the hours.
 constexpr int kMostSeeks = 2000;
+constexpr int kMostBreaks = 1000;
 
 constexpr int64_t kFirstStep = 100 * kMillisecond;
-// The longest step, as a share of what is left of the track: what comes back between two losses must not be stepped
-// over, and 64 steps at most go to the end.
+// The longest step, as a share of what is left of the track: what comes back between two losses must not be
+// stepped over, and 64 steps at most go to the end.
 constexpr int64_t kLongestStepShare = 64;
 // As near as the way back comes to the last step that failed. Key frames are farther apart.
 constexpr int64_t kNearEnough = 10 * kMillisecond;
 
-// Times that no track has, but garbage that looks like a tag's header: behind the duration by more than encoders are
-// wrong about it.
-constexpr int64_t kBeyondDuration = 10 * kSecond;
+// Times that no track has, but garbage that looks like a tag's header: behind the end by more than a duration
+// is wrong.
+constexpr int64_t kBeyondEnd = 10 * kSecond;
 
 int64_t TimeOf(android::MediaBuffer* buffer) {
     int64_t timeUs = 0;
@@ -40,10 +41,6 @@ bool IsSync(android::MediaBuffer* buffer) {
     return buffer->meta_data()->findInt32(android::kKeyIsSyncFrame, &isSync) && isSync != 0;
 }
 
-bool IsOfKind(const android::MetaData& format, TrackKind kind) {
-    return ReadTrackFormat(format).kind == kind;
-}
-
 }  // namespace
 
 RecoveringReader::RecoveringReader(const Plugin& plugin, const Input& input, size_t track, LossReport report)
@@ -51,16 +48,21 @@ RecoveringReader::RecoveringReader(const Plugin& plugin, const Input& input, siz
       mFormat(input.tracks()[track]),
       mReport(std::move(report)),
       mView(new SalvageView(&input.source())),
-      mSeeksLeft(kMostSeeks) {
+      mEndUs(mFormat.durationUs),
+      mSeeksLeft(kMostSeeks),
+      mBreaksLeft(kMostBreaks) {
     openTrack();
 }
 
-// The other track may be missing where its first tag is hidden, so a track's number may change.
+// Damage may have hidden the other track, so a track's number may change.
 void RecoveringReader::openTrack() {
     android::sp<android::MediaExtractor> extractor = mPlugin.createExtractor(mView);
     mSource.clear();
     for (size_t i = 0; i < extractor->countTracks(); ++i) {
-        if (IsOfKind(*extractor->getTrackMetaData(i), mFormat.kind)) mSource = extractor->getTrack(i);
+        TrackFormat format = ReadTrackFormat(*extractor->getTrackMetaData(i));
+        if (format.kind != mFormat.kind) continue;
+        mSource = extractor->getTrack(i);
+        if (format.durationUs > 0) mEndUs = format.durationUs;
     }
 }
 
@@ -84,58 +86,58 @@ android::status_t RecoveringReader::read(android::MediaBuffer** buffer, const Re
     bool seeks = options != nullptr && options->getSeekTo(&seekUs, &mode);
     if (seeks) {
         mLatestUs = -1;
-        mLongestGapUs = 0;
         mFloorUs.reset();
     }
+    if (readLater(buffer, options) == android::OK) return deliver(buffer);
+    // A seek that ends the stream was made to a time that is not there.
+    return seeks ? android::ERROR_END_OF_STREAM : recover(buffer);
+}
+
+// Passes over what a seek behind damage has brought back although it was there before.
+android::status_t RecoveringReader::readLater(android::MediaBuffer** buffer, const ReadOptions* options) {
     android::status_t status = mSource->read(buffer, options);
-    while (status == android::OK && isRepetition(*buffer)) {
+    while (status == android::OK && mFloorUs && TimeOf(*buffer) <= *mFloorUs) {
         (*buffer)->release();
         status = mSource->read(buffer);
     }
-    if (status == android::OK) return deliver(buffer);
-    *buffer = nullptr;
-    // A seek that ends the stream was made to a time that is not there.
-    return seeks || !endsEarly() ? status : recover(buffer);
+    if (status != android::OK) *buffer = nullptr;
+    return status;
 }
 
 android::status_t RecoveringReader::deliver(android::MediaBuffer** buffer) {
-    if (mHeadEnd < 0) mHeadEnd = mView->lastEnd();
-    mReached = mView->lastOffset();
-    int64_t timeUs = TimeOf(*buffer);
-    if (timeUs > mFormat.durationUs + kBeyondDuration) return android::OK;
-    if (mLatestUs >= 0) mLongestGapUs = std::max(mLongestGapUs, timeUs - mLatestUs);
-    mLatestUs = std::max(mLatestUs, timeUs);
+    mLatestUs = std::max(mLatestUs, TimeOf(*buffer));
     return android::OK;
 }
 
-bool RecoveringReader::isRepetition(android::MediaBuffer* buffer) const {
-    return mFloorUs && TimeOf(buffer) <= *mFloorUs;
-}
-
-// By more than a sample may stand for. A slide show's pictures stand for long.
-bool RecoveringReader::endsEarly() const {
-    int64_t usual = std::clamp<int64_t>(mLongestGapUs, kFirstStep, 10 * kSecond);
-    return mFormat.durationUs - std::max<int64_t>(mLatestUs, 0) > usual;
-}
-
 android::status_t RecoveringReader::recover(android::MediaBuffer** buffer) {
-    mView->hide(std::max<off64_t>(mHeadEnd, 0), mHeadEnd < 0 ? 0 : mReached);
-    openTrack();
-    if (mSource == nullptr || mSource->start() != android::OK) return android::ERROR_END_OF_STREAM;
-    std::optional<int64_t> resumeUs = findLaterSample();
-    ReadOptions options;
-    if (resumeUs) options.setSeekTo(*resumeUs);
-    int64_t timeUs;
-    if (!resumeUs || mSource->read(buffer, &options) != android::OK) return android::ERROR_END_OF_STREAM;
-    if (!isLater(*buffer, &timeUs)) {
-        (*buffer)->release();
-        *buffer = nullptr;
-        return android::ERROR_END_OF_STREAM;
+    while (mBreaksLeft > 0 && mView->mendNext()) {
+        --mBreaksLeft;
+        openTrack();
+        if (mSource == nullptr || mSource->start() != android::OK) break;
+        if (resume(buffer) != android::OK) continue;
+        mReport(LostSpan{mLatestUs, TimeOf(*buffer)});
+        mFloorUs = mLatestUs;
+        return deliver(buffer);
     }
-    mReport(LostSpan{mLatestUs, timeUs});
-    mFloorUs = mLatestUs;
-    mLatestUs = timeUs;
-    return deliver(buffer);
+    return android::ERROR_END_OF_STREAM;
+}
+
+// By a seek, which spares reading what was there before. Some samples no seek reaches, such as those of the
+// last group of pictures where PreviousTagSize fields are wrong; they are read up to.
+android::status_t RecoveringReader::resume(android::MediaBuffer** buffer) {
+    ReadOptions options;
+    if (std::optional<int64_t> timeUs = findLaterSample()) {
+        options.setSeekTo(*timeUs);
+    } else {
+        mSource->start();
+    }
+    android::status_t status = mSource->read(buffer, &options);
+    while (status == android::OK && !isLater(*buffer)) {
+        (*buffer)->release();
+        status = mSource->read(buffer);
+    }
+    if (status != android::OK) *buffer = nullptr;
+    return status;
 }
 
 std::optional<int64_t> RecoveringReader::findLaterSample() {
@@ -147,11 +149,10 @@ std::optional<int64_t> RecoveringReader::findLaterSample() {
 
 // Result: a time whose seek lands on a later sample, with *failedUs the last one before whose seek does not.
 std::optional<int64_t> RecoveringReader::stepOn(int64_t* failedUs) {
-    int64_t endUs = mFormat.durationUs;
-    int64_t longest = std::max(kFirstStep, (endUs - *failedUs) / kLongestStepShare);
+    int64_t longest = std::max(kFirstStep, (mEndUs - *failedUs) / kLongestStepShare);
     int64_t step = std::min(kFirstStep, longest);
-    for (int64_t timeUs = *failedUs + kMillisecond; timeUs < endUs + step; timeUs += step) {
-        std::optional<int64_t> landedUs = probe(std::min(timeUs, endUs));
+    for (int64_t timeUs = *failedUs + kMillisecond; timeUs < mEndUs + step; timeUs += step) {
+        std::optional<int64_t> landedUs = probe(std::min(timeUs, mEndUs));
         if (landedUs) return landedUs;
         *failedUs = timeUs;
         step = std::min(step * 3 / 2, longest);
@@ -181,15 +182,15 @@ std::optional<int64_t> RecoveringReader::probe(int64_t timeUs) {
     options.setSeekTo(timeUs);
     android::MediaBuffer* buffer = nullptr;
     if (mSource->read(&buffer, &options) != android::OK || buffer == nullptr) return std::nullopt;
-    int64_t landedUs;
-    bool isUsable = isLater(buffer, &landedUs);
+    int64_t landedUs = TimeOf(buffer);
+    bool isUsable = isLater(buffer);
     buffer->release();
     return isUsable ? std::optional<int64_t>(landedUs) : std::nullopt;
 }
 
-bool RecoveringReader::isLater(android::MediaBuffer* buffer, int64_t* timeUs) const {
-    *timeUs = TimeOf(buffer);
-    bool isPlausible = *timeUs > mLatestUs && *timeUs <= mFormat.durationUs + kBeyondDuration;
+bool RecoveringReader::isLater(android::MediaBuffer* buffer) const {
+    int64_t timeUs = TimeOf(buffer);
+    bool isPlausible = timeUs > mLatestUs && timeUs <= mEndUs + kBeyondEnd;
     return isPlausible && (mFormat.kind == TrackKind::kAudio || IsSync(buffer));
 }
 

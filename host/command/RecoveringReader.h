@@ -18,17 +18,20 @@ struct LostSpan {
 };
 using LossReport = std::function<void(const LostSpan&)>;
 
-// One track of a file that may be damaged in the middle, as a source like the plug-in's own. The plug-in ends a track
-// where the chain of tags breaks. When that is well before the duration, this source seeks on past the last sample in
-// growing steps, through the plug-in, until one later than all before is delivered, then back between the last step
-// that failed and that sample for an earlier one, and goes on from there; a video track goes on with a sync sample.
-// No sample is delivered twice. A track that ends where it should is delivered exactly as the plug-in delivers it.
+// One track of a file that may be damaged in the middle, as a source like the plug-in's own. The plug-in ends
+// a track where the chain of tags breaks. When tags follow behind the break, this source seeks on past the
+// last sample in growing steps, through the plug-in, until one later than all before is delivered, then back
+// between the last step that failed and that sample for an earlier one, and goes on from there; a video track
+// goes on with a sync sample. No sample is delivered twice. A track of a chain that is whole is delivered
+// exactly as the plug-in delivers it.
 //
-// The number of seeks is bounded for a loss and for a track. Every instance has an extractor of its own, so that
-// tracks do not disturb each other's positions.
+// The number of breaks and of seeks is bounded. Every instance has an extractor of its own, so that tracks do
+// not disturb each other's positions, and looks at the file through a view that bridges the breaks
+// (SalvageView).
 class RecoveringReader : public android::MediaSource {
   public:
-    // The plug-in and the input must outlive it. report is called before the sample that ends the span is delivered.
+    // The plug-in and the input must outlive it. report is called before the sample that ends the span is
+    // delivered.
     RecoveringReader(const Plugin& plugin, const Input& input, size_t track, LossReport report);
 
     android::status_t start(android::MetaData* params = nullptr) override;
@@ -43,26 +46,25 @@ class RecoveringReader : public android::MediaSource {
   private:
     void openTrack();
     android::status_t deliver(android::MediaBuffer** buffer);
-    bool isRepetition(android::MediaBuffer* buffer) const;
-    bool endsEarly() const;
+    android::status_t readLater(android::MediaBuffer** buffer, const ReadOptions* options);
     android::status_t recover(android::MediaBuffer** buffer);
+    android::status_t resume(android::MediaBuffer** buffer);
     std::optional<int64_t> findLaterSample();
     std::optional<int64_t> stepOn(int64_t* failedUs);
     int64_t goBack(int64_t failedUs, int64_t landedUs);
     std::optional<int64_t> probe(int64_t timeUs);
-    bool isLater(android::MediaBuffer* buffer, int64_t* timeUs) const;
+    bool isLater(android::MediaBuffer* buffer) const;
 
     const Plugin& mPlugin;
     const TrackFormat mFormat;
     const LossReport mReport;
     const android::sp<SalvageView> mView;
     android::sp<android::IMediaSource> mSource;
-    off64_t mHeadEnd = -1;  // end of what the plug-in needs to know the track by; -1 before the first sample
-    off64_t mReached = 0;   // somewhat before the end of the sample delivered last
+    int64_t mEndUs;  // what there is of the track ends about here
     int64_t mLatestUs = -1;
-    int64_t mLongestGapUs = 0;
     std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
     int mSeeksLeft;
+    int mBreaksLeft;
 };
 
 // A reader of the track that recovers.

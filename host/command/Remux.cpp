@@ -7,6 +7,7 @@
 #include "av/LoadAvModule.h"
 #include "command/Command.h"
 #include "command/Options.h"
+#include "command/RecoveringReader.h"
 #include "remux/Container.h"
 #include "remux/Remuxer.h"
 #include "remux/Sinks.h"
@@ -34,8 +35,10 @@ class RemuxCommand : public Command {
 
   private:
     const Container& chooseContainer() const;
-    void copy(const Input& input, const Container& container, Remuxer* remuxer);
-    void runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink);
+    TrackReader openReader(const Plugin& plugin, const Input& input, size_t track) const;
+    void copy(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer);
+    void runInto(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer,
+                 ByteSink& sink);
     void report(const Input& input, const Container& container, const Remuxer& remuxer, uint64_t size) const;
     ExitCode warn(const Input& input, const Remuxer& remuxer) const;
 
@@ -44,6 +47,7 @@ class RemuxCommand : public Command {
     std::optional<int64_t> mFromUs;
     std::optional<int64_t> mToUs;
     bool mForce = false;
+    bool mRecovers = false;
 };
 
 CLI::App* RemuxCommand::addTo(CLI::App& program) {
@@ -54,6 +58,8 @@ CLI::App* RemuxCommand::addTo(CLI::App& program) {
                   "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
     AddTimeOption(app, "--to", &mToUs, "End a track before its first sample at or after this time");
     app->add_flag("--force", mForce, "Replace a file that exists");
+    app->add_flag("--recover", mRecovers,
+                  "Go on behind damage that ends a track early, and say what is lost");
     return app;
 }
 
@@ -63,7 +69,7 @@ ExitCode RemuxCommand::run(const Plugin& plugin) {
     Input input(plugin, mLocation);
     RequireTaken(container, input.tracks(), input.name());
     Remuxer remuxer(input, LoadAvModule());
-    copy(input, container, &remuxer);
+    copy(plugin, input, container, &remuxer);
     return warn(input, remuxer);
 }
 
@@ -78,23 +84,32 @@ const Container& RemuxCommand::chooseContainer() const {
     return *container;
 }
 
-void RemuxCommand::copy(const Input& input, const Container& container, Remuxer* remuxer) {
+void RemuxCommand::copy(const Plugin& plugin, const Input& input, const Container& container,
+                        Remuxer* remuxer) {
     if (mOutput == "-") {
         StandardOutputSink sink;
-        runInto(input, container, remuxer, sink);
+        runInto(plugin, input, container, remuxer, sink);
         return;
     }
     AtomicFile file(mOutput, mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep);
     FileSink sink(file);
-    runInto(input, container, remuxer, sink);
+    runInto(plugin, input, container, remuxer, sink);
     file.commit();
     report(input, container, *remuxer, file.size());
 }
 
-void RemuxCommand::runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink) {
+TrackReader RemuxCommand::openReader(const Plugin& plugin, const Input& input, size_t track) const {
+    if (!mRecovers) return input.openTrack(track);
+    return OpenRecovering(plugin, input, track, [&input, track](const LostSpan& span) {
+        Complain(DescribeLoss(input, track, span));
+    });
+}
+
+void RemuxCommand::runInto(const Plugin& plugin, const Input& input, const Container& container,
+                           Remuxer* remuxer, ByteSink& sink) {
     std::vector<TrackReader> readers;
     for (size_t i = 0; i < input.tracks().size(); ++i)
-        readers.push_back(input.openTrack(i));
+        readers.push_back(openReader(plugin, input, i));
     Interleaver samples(std::move(readers), mFromUs);
     auto feed = [&]() {
         auto turn = samples.next();

@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include "source/FileSource.h"
+#include "source/StandardInput.h"
 #ifdef ORVEL_HAVE_HTTP
 #include "source/HttpSource.h"
 #include "source/HttpUrl.h"
@@ -23,6 +24,7 @@ bool IsUrl(const std::string& location) {
 }
 
 std::string ShownLocation(const std::string& location) {
+    if (location == kStandardInput) return "standard input";
 #ifdef ORVEL_HAVE_HTTP
     std::string shown, error;
     if (IsUrl(location) && CheckHttpUrl(location, &shown, &error)) return shown;
@@ -40,6 +42,11 @@ android::sp<android::DataSource> OpenSource(const std::string& location, std::st
 #endif
     }
     std::string reason;
+    if (location == kStandardInput) {
+        android::sp<FileSource> input = OpenStandardInput(&reason);
+        if (input == nullptr) *error = ShownLocation(location) + ": " + reason;
+        return input;
+    }
     android::sp<FileSource> file = FileSource::Open(location, &reason);
     if (file == nullptr) *error = location + ": " + reason;
     return file;

@@ -5,10 +5,12 @@
 
 #include <vector>
 
+#include "inspect/TagChain.h"
+
 namespace orvel {
 
-// A damaged file as its remainder is best looked for: what is behind the damage stays where it is, and what has been
-// read already is out of the way. Until hide() is called everything passes through. Used from one thread at a time.
+// A damaged file whose chain of tags leads past the damage. Until mendNext() is called everything passes
+// through, and afterwards everything outside the damage stays where it is. Used from one thread at a time.
 class SalvageView : public android::DataSource {
   public:
     explicit SalvageView(const android::sp<android::DataSource>& source);
@@ -19,28 +21,35 @@ class SalvageView : public android::DataSource {
     uint32_t flags() override;
     android::String8 toString() override { return mSource->toString(); }
 
-    // From now on the bytes in [from, to) read as 0xff, which no tag's header begins with. The key-frame index, whose
-    // positions may be wrong behind damage, loses its name; and the source no longer says that it is a caching one,
-    // since on those no tag is believed as long as the picture's size is unknown.
-    void hide(off64_t from, off64_t to);
-
-    // Where the last read began and ended; 0 before the first.
-    off64_t lastOffset() const { return mLastOffset; }
-    off64_t lastEnd() const { return mLastEnd; }
+    // Looks for the next place where the chain breaks, and for the tag behind it with which the chain goes
+    // on; what is between reads from now on as tags of a type that readers skip. False when there is none of
+    // the two.
+    //
+    // From the first one on the key-frame index, whose positions may be wrong behind damage, and the duration
+    // are without names, so that the plug-in takes neither from the metadata; and the source no longer says
+    // that it is a caching one, for on those a tag is not believed as long as the picture's size is unknown.
+    bool mendNext();
 
   protected:
     ~SalvageView() override = default;
 
   private:
-    void findIndexNames();
+    struct Patch {
+        off64_t offset;
+        std::vector<uint8_t> bytes;
+        off64_t end() const { return offset + static_cast<off64_t>(bytes.size()); }
+    };
+
+    bool findDataOffset();
+    bool findBreak();
+    void bridge(off64_t to);
+    void hideNames();
 
     const android::sp<android::DataSource> mSource;
-    off64_t mFrom = 0;
-    off64_t mTo = 0;
-    bool mHides = false;
-    std::vector<off64_t> mIndexNames;
-    off64_t mLastOffset = 0;
-    off64_t mLastEnd = 0;
+    off64_t mSize = 0;
+    std::vector<Patch> mPatches;
+    off64_t mSlot = -1;      // up to here the chain is whole
+    off64_t mLastSlot = -1;  // of the tag before; -1 when there is none that is the file's own
 };
 
 }  // namespace orvel

@@ -4,12 +4,16 @@
 #include <errno.h>
 #include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include "support/Failure.h"
 
 namespace orvel {
 namespace {
+
+size_t gStatusLength = 0;
 
 bool IsC1(std::string_view text, size_t i) {
     if (static_cast<unsigned char>(text[i]) != 0xc2 || i + 1 >= text.size()) return false;
@@ -48,6 +52,7 @@ std::string EscapeControls(std::string_view text) {
 }
 
 void WriteOut(std::string_view text) {
+    ClearStatus();
     CheckOut(fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
@@ -55,8 +60,33 @@ void FlushOut() {
     CheckOut(fflush(stdout) == 0);
 }
 
+// Overwritten rather than erased, so that it works without a terminal's escape sequences.
+void ClearStatus() {
+    if (gStatusLength == 0) return;
+    std::string blank = "\r" + std::string(gStatusLength, ' ') + "\r";
+    gStatusLength = 0;
+    fwrite(blank.data(), 1, blank.size(), stderr);
+}
+
+void ShowStatus(std::string_view line) {
+    std::string text = EscapeControls(line);
+    ClearStatus();
+    gStatusLength = text.size();
+    fwrite(text.data(), 1, text.size(), stderr);
+    fflush(stderr);
+}
+
+bool HasColours() {
+    const char* off = getenv("NO_COLOR");
+    const char* terminal = getenv("TERM");
+    bool isRefused = off != nullptr && *off != '\0';
+    bool isDumb = terminal == nullptr || strcmp(terminal, "dumb") == 0;
+    return !isRefused && !isDumb && isatty(STDOUT_FILENO) != 0;
+}
+
 void Complain(std::string_view message) {
     fflush(stdout);
+    ClearStatus();
     std::string line = "orvel-flv: " + EscapeControls(message) + "\n";
     fwrite(line.data(), 1, line.size(), stderr);
 }

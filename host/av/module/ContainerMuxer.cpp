@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ContainerMuxer.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "Parameters.h"
+
+namespace orvel {
+namespace {
+
+constexpr AVRational kMicroseconds = {1, 1000000};
+constexpr AVRational kMilliseconds = {1, 1000};
+
+// Where the libraries' defaults cost milliseconds: a transport stream's times are moved, and only a packet
+// header of its own gives a sample a time of its own; MP4 rounds a track's start down to the movie's unit.
+constexpr struct {
+    const char* format;
+    const char* option;
+    const char* value;
+} kOptions[] = {
+        {"mpegts", "mpegts_copyts", "1"},
+        {"mpegts", "pes_payload_size", "0"},
+        {"mp4", "movie_timescale", "90000"},
+        {"mov", "movie_timescale", "90000"},
+};
+
+FormatPointer MakeContext(const std::string& format) {
+    AVFormatContext* context = nullptr;
+    CheckAv(avformat_alloc_output_context2(&context, nullptr, format.c_str(), nullptr), format);
+    return FormatPointer(context);
+}
+
+}  // namespace
+
+ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, ByteSink& sink)
+    : mStream(sink),
+      mContext(MakeContext(format)),
+      mPacket(CheckAllocated(av_packet_alloc())),
+      mLastDecodingTimes(tracks.size(), AV_NOPTS_VALUE) {
+    mContext->pb = mStream.get();
+    mContext->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
+    for (const MuxTrack& track : tracks)
+        addStream(track);
+    writeHeader(format);
+}
+
+void ContainerMuxer::addStream(const MuxTrack& track) {
+    AVStream* stream = CheckAllocated(avformat_new_stream(mContext.get(), nullptr));
+    FillParameters(track.setup, stream->codecpar);
+    stream->time_base = kMilliseconds;
+    // Which headers of the WAVE kind must state for it, equal or not.
+    if (track.setup.codec == Codec::kAdpcm) {
+        stream->codecpar->block_align = static_cast<int>(track.facts.firstSampleSize);
+    }
+    if (track.facts.aspectWidth <= 0 || track.facts.aspectHeight <= 0) return;
+    stream->sample_aspect_ratio = {track.facts.aspectWidth, track.facts.aspectHeight};
+    stream->codecpar->sample_aspect_ratio = stream->sample_aspect_ratio;
+}
+
+void ContainerMuxer::writeHeader(const std::string& format) {
+    AVDictionary* options = nullptr;
+    for (const auto& row : kOptions) {
+        if (format == row.format) av_dict_set(&options, row.option, row.value, 0);
+    }
+    int result = avformat_write_header(mContext.get(), &options);
+    av_dict_free(&options);
+    check(result, ExitCode::kUsage, "the container cannot be begun");
+}
+
+void ContainerMuxer::write(const MuxSample& sample) {
+    av_packet_unref(mPacket.get());
+    FillPacket(sample.bytes, mPacket.get());
+    mPacket->stream_index = static_cast<int>(sample.track);
+    if (sample.isSync) mPacket->flags |= AV_PKT_FLAG_KEY;
+    setTimes(sample, mPacket.get());
+    ++mGiven;
+    writeInterleaved(mPacket.get());
+}
+
+// Null writes what has been put by. False when a sample was refused: this one, or one that was put by.
+bool ContainerMuxer::writeInterleaved(AVPacket* packet) {
+    int result = av_interleaved_write_frame(mContext.get(), packet);
+    mStream.rethrow();
+    if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
+    if (result < 0) ++mLosses.leftOut;
+    return result >= 0;
+}
+
+// Decoding times must rise, or, where the container allows it, not fall; a time of presentation may not lie
+// before.
+void ContainerMuxer::setTimes(const MuxSample& sample, AVPacket* packet) {
+    AVRational unit = mContext->streams[sample.track]->time_base;
+    int64_t step = (mContext->oformat->flags & AVFMT_TS_NONSTRICT) != 0 ? 0 : 1;
+    int64_t& last = mLastDecodingTimes[sample.track];
+    int64_t wanted = av_rescale_q(sample.timeUs, kMicroseconds, unit);
+    packet->dts = av_rescale_q(sample.decodingTimeUs, kMicroseconds, unit);
+    if (last != AV_NOPTS_VALUE) packet->dts = std::max(packet->dts, last + step);
+    packet->pts = std::max(wanted, packet->dts);
+    packet->duration = av_rescale_q(sample.durationUs, kMicroseconds, unit);
+    last = packet->dts;
+    if (av_rescale_q(packet->pts - wanted, unit, kMilliseconds) >= 1) ++mLosses.moved;
+}
+
+void ContainerMuxer::finish() {
+    // Each refusal takes one sample away; no more than were given can be left.
+    for (uint64_t most = mGiven; most > 0 && !writeInterleaved(nullptr); --most) {
+    }
+    check(av_write_trailer(mContext.get()), ExitCode::kInputOutput, "ending the container");
+    avio_flush(mContext->pb);
+    mStream.rethrow();
+}
+
+void ContainerMuxer::check(int result, ExitCode code, const char* what) {
+    mStream.rethrow();
+    if (result < 0) ThrowAvFailure(code, what, result);
+}
+
+}  // namespace orvel

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Pointers.h"
+#include "SinkStream.h"
+#include "support/Failure.h"
+
+namespace orvel {
+
+class ContainerMuxer : public Muxer {
+  public:
+    ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, ByteSink& sink);
+    void write(const MuxSample& sample) override;
+    void finish() override;
+    Losses losses() const override { return mLosses; }
+
+  private:
+    void addStream(const MuxTrack& track);
+    void writeHeader(const std::string& format);
+    void setTimes(const MuxSample& sample, AVPacket* packet);
+    bool writeInterleaved(AVPacket* packet);
+    void check(int result, ExitCode code, const char* what);
+
+    SinkStream mStream;
+    FormatPointer mContext;
+    PacketPointer mPacket;
+    std::vector<int64_t> mLastDecodingTimes;  // in each stream's own units
+    uint64_t mGiven = 0;
+    Losses mLosses;
+};
+
+}  // namespace orvel

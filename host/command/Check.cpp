@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "command/Command.h"
+#include "command/Description.h"
+#include "inspect/Inspection.h"
+#include "source/OpenSource.h"
+#include "support/Terminal.h"
+#include "support/TimeText.h"
+
+namespace orvel {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kDescription[] =
+        "Walks a file's chain of tags and says what is wrong with it, and where.\n"
+        "  orvel-flv check clip.flv\n"
+        "  orvel-flv check -r recordings\n"
+        "  orvel-flv check --json clip.flv | jq '.findings[].code'\n"
+        "Errors make the exit code 1; with --strict, warnings do, too.";
+
+std::string Verdict(const Inspection& report) {
+    auto part = [&](Severity severity, const char* name) {
+        uint64_t count = report.findings.count(severity);
+        return fmt::format("{} {}{}", count, name, count == 1 ? "" : "s");
+    };
+    if (report.findings.counts().empty()) return "nothing found";
+    return fmt::format("{}, {}, {}", part(Severity::kError, "error"), part(Severity::kWarning, "warning"),
+                       part(Severity::kNote, "note"));
+}
+
+std::string StreamLine(const StreamSeen& stream) {
+    std::string frames =
+            stream.header.kind == TrackKind::kVideo ? fmt::format(", {} key frames", stream.keyFrames) : "";
+    std::string span = stream.samples == 0
+                               ? ""
+                               : fmt::format(", {} s to {} s", FormatSeconds(stream.firstMs * 1000),
+                                             FormatSeconds(stream.lastMs * 1000));
+    std::string why = stream.whyNoTrack.empty() ? "" : "; no track: " + stream.whyNoTrack;
+    return fmt::format("  {} {}: {} samples{}, {} bytes{}{}\n", stream.kindName(), CodecName(stream.header),
+                       stream.samples, frames, stream.bytes, span, why);
+}
+
+const char* ColourOf(Severity severity) {
+    return severity == Severity::kError     ? "\x1b[31m"
+           : severity == Severity::kWarning ? "\x1b[33m"
+                                            : "\x1b[36m";
+}
+
+std::string FindingLine(const Finding& finding) {
+    const KindTraits& traits = TraitsOf(finding.kind);
+    bool hasColours = HasColours();
+    return fmt::format("  {}{}{} {} at byte {}: {}\n", hasColours ? ColourOf(traits.severity) : "",
+                       NameOf(traits.severity), hasColours ? "\x1b[0m" : "", traits.code, finding.offset,
+                       EscapeControls(finding.text));
+}
+
+Json StreamJson(const StreamSeen& stream) {
+    Json json = {{"codec_type", stream.kindName()},
+                 {"codec", CodecName(stream.header)},
+                 {"offset", stream.firstOffset},
+                 {"nb_packets", stream.samples},
+                 {"size", stream.bytes},
+                 {"has_track", stream.whyNoTrack.empty()}};
+    if (stream.header.kind == TrackKind::kVideo) json["nb_key_frames"] = stream.keyFrames;
+    if (stream.samples > 0) {
+        json["start_time"] = Seconds(stream.firstMs * 1000);
+        json["end_time"] = Seconds(stream.lastMs * 1000);
+    }
+    if (!stream.whyNoTrack.empty()) json["why_no_track"] = stream.whyNoTrack;
+    return json;
+}
+
+Json FindingJson(const Finding& finding) {
+    const KindTraits& traits = TraitsOf(finding.kind);
+    return {{"code", traits.code},
+            {"severity", NameOf(traits.severity)},
+            {"offset", finding.offset},
+            {"text", finding.text}};
+}
+
+class CheckCommand : public Command {
+  public:
+    CLI::App* addTo(CLI::App& program) override;
+    ExitCode run(const Plugin& plugin) override;
+
+  private:
+    ExitCode check(const std::string& location);
+    void showText(const std::string& name, const Inspection& report) const;
+    void showJson(const std::string& name, const Inspection& report) const;
+
+    std::vector<std::string> mLocations;
+    bool mAsJson = false;
+    bool mIsStrict = false;
+    bool mListsCodes = false;
+};
+
+CLI::App* CheckCommand::addTo(CLI::App& program) {
+    CLI::App* app = program.add_subcommand("check", kDescription);
+    app->add_option("FILE", mLocations, "Files, http(s) URLs, or - for standard input");
+    app->add_flag("--json", mAsJson, "For programs: a JSON document a line, one for each input");
+    app->add_flag("--strict", mIsStrict, "Warnings, too, make the exit code 1");
+    app->add_flag("--codes", mListsCodes, "List the codes of all findings there are");
+    return app;
+}
+
+ExitCode CheckCommand::run(const Plugin&) {
+    if (mListsCodes) {
+        for (const KindTraits& row : AllKinds())
+            PrintOut("{:<20} {:<8} {}\n", row.code, NameOf(row.severity), row.meaning);
+        return ExitCode::kDone;
+    }
+    if (mLocations.empty()) throw Failure(ExitCode::kUsage, "check: FILE is required");
+    return ForEachInput(mLocations, [&](const std::string& location) { return check(location); });
+}
+
+ExitCode CheckCommand::check(const std::string& location) {
+    std::string name = ShownLocation(location);
+    Inspection report = InspectLocation(location);
+    if (mAsJson) {
+        showJson(name, report);
+    } else {
+        showText(name, report);
+    }
+    bool isBad = report.findings.count(Severity::kError) > 0 ||
+                 (mIsStrict && report.findings.count(Severity::kWarning) > 0);
+    return isBad ? ExitCode::kDamaged : ExitCode::kDone;
+}
+
+void CheckCommand::showText(const std::string& name, const Inspection& report) const {
+    WriteOut(EscapeControls(fmt::format("{}: {}; {} bytes, {} tags", name, Verdict(report), report.size,
+                                        report.tags)) +
+             "\n");
+    for (const StreamSeen& stream : report.streams)
+        WriteOut(StreamLine(stream));
+    for (const Finding& finding : report.findings.shown())
+        WriteOut(FindingLine(finding));
+    for (const auto& [kind, count] : report.findings.counts()) {
+        if (count <= Findings::kMostShown) continue;
+        PrintOut("  {} {}: {} more like these\n", NameOf(TraitsOf(kind).severity), TraitsOf(kind).code,
+                 count - Findings::kMostShown);
+    }
+}
+
+void CheckCommand::showJson(const std::string& name, const Inspection& report) const {
+    Json json = {{"filename", name}, {"size", report.size}, {"nb_tags", report.tags}};
+    json["streams"] = Json::array();
+    for (const StreamSeen& stream : report.streams)
+        json["streams"].push_back(StreamJson(stream));
+    json["findings"] = Json::array();
+    for (const Finding& finding : report.findings.shown())
+        json["findings"].push_back(FindingJson(finding));
+    json["counts"] = Json::object();
+    for (const auto& [kind, count] : report.findings.counts())
+        json["counts"][TraitsOf(kind).code] = count;
+    WriteOut(Dump(json) + "\n");
+}
+
+}  // namespace
+
+std::unique_ptr<Command> MakeCheckCommand() {
+    return std::make_unique<CheckCommand>();
+}
+
+}  // namespace orvel

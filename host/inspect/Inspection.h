@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/Findings.h"
+#include "inspect/Metadata.h"
+#include "inspect/StreamNames.h"
+#include "inspect/Timeline.h"
+
+namespace orvel {
+
+// A stream as its tags tell it.
+struct StreamSeen {
+    StreamHeader header;
+    int64_t firstOffset = 0;  // of its first tag
+    uint64_t samples = 0;
+    uint64_t keyFrames = 0;  // video only
+    uint64_t bytes = 0;      // of tag data
+    int64_t firstMs = -1;    // of samples; -1 when there are none
+    int64_t lastMs = -1;
+    std::string whyNoTrack;  // empty when the plug-in can offer one
+
+    const char* kindName() const { return header.kind == TrackKind::kVideo ? "video" : "audio"; }
+};
+
+struct IndexEntry {
+    double timeSeconds;
+    int64_t position;
+    bool isRight;
+};
+
+// All that walking a file's chain of tags once has shown.
+struct Inspection {
+    int64_t size = 0;
+    bool isFlv = false;
+    std::vector<StreamSeen> streams;  // at most kMostStreams
+    uint64_t tags = 0;
+    std::optional<Metadata> metadata;  // the first one
+    std::vector<IndexEntry> index;     // at most kMostIndexEntries
+    Findings findings;
+    Timeline timeline;
+
+    static constexpr size_t kMostStreams = 16;
+    static constexpr size_t kMostIndexEntries = 65536;
+
+    // The latest timestamp of a sample, in milliseconds from the first; 0 without samples.
+    int64_t spanMs() const;
+};
+
+// Walks the whole file: linear in its size, with memory that does not grow with it. progress is told how many
+// bytes are behind.
+Inspection Inspect(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress);
+
+// The same for what the user named, with its progress shown. Throws Failure (kInputOutput) when it cannot be
+// opened or read.
+Inspection InspectLocation(const std::string& location);
+
+}  // namespace orvel

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "picture/DigitFont.h"
+
+#include <string.h>
+
+namespace orvel {
+namespace {
+
+constexpr char kCharacters[] = "0123456789:.";
+constexpr uint8_t kInk = 0xe8;
+
+// A row of dots each, the leftmost in bit 4.
+constexpr uint8_t kGlyphs[][kGlyphHeight] = {
+        {0x0e, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0e}, {0x04, 0x0c, 0x04, 0x04, 0x04, 0x04, 0x0e},
+        {0x0e, 0x11, 0x01, 0x06, 0x08, 0x10, 0x1f}, {0x0e, 0x11, 0x01, 0x06, 0x01, 0x11, 0x0e},
+        {0x02, 0x06, 0x0a, 0x12, 0x1f, 0x02, 0x02}, {0x1f, 0x10, 0x1e, 0x01, 0x01, 0x11, 0x0e},
+        {0x06, 0x08, 0x10, 0x1e, 0x11, 0x11, 0x0e}, {0x1f, 0x01, 0x02, 0x04, 0x08, 0x08, 0x08},
+        {0x0e, 0x11, 0x11, 0x0e, 0x11, 0x11, 0x0e}, {0x0e, 0x11, 0x11, 0x0f, 0x01, 0x02, 0x0c},
+        {0x00, 0x04, 0x04, 0x00, 0x04, 0x04, 0x00}, {0x00, 0x00, 0x00, 0x00, 0x00, 0x0c, 0x0c},
+};
+
+void FillSquare(int x, int y, int side, Picture* picture) {
+    for (int row = y; row < y + side; ++row)
+        memset(picture->at(x, row), kInk, static_cast<size_t>(side) * 3);
+}
+
+}  // namespace
+
+void DrawDigits(std::string_view text, int x, int y, int dotSize, Picture* picture) {
+    for (char character : text) {
+        const char* found = strchr(kCharacters, character);
+        for (int row = 0; found != nullptr && row < kGlyphHeight; ++row) {
+            for (int column = 0; column < kGlyphWidth - 1; ++column) {
+                bool isSet = (kGlyphs[found - kCharacters][row] >> (kGlyphWidth - 2 - column) & 1) != 0;
+                if (isSet) FillSquare(x + column * dotSize, y + row * dotSize, dotSize, picture);
+            }
+        }
+        x += kGlyphWidth * dotSize;
+    }
+}
+
+}  // namespace orvel

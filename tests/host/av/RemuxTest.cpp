@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AvFixture.h"
+
+namespace orvel {
+namespace {
+
+using testing::HasSubstr;
+
+const std::string kData = ORVEL_SOURCE_DIR "/tests/data/";
+
+class RemuxTest : public AvTest {};
+
+TEST_F(RemuxTest, DecodesAsTheInputDoesAtTheSameTimes) {
+    const std::string cases[][3] = {{kIndexed, "mkv mp4 mov ts", "va"},
+                                    {kSamples + "h263_mp3.flv", "mkv", "va"},
+                                    {kData + "h264_baseline_mp3.flv", "mp4 ts", "va"},
+                                    {kData + "flv1_adpcm_swf.flv", "mkv", "a"},
+                                    {kData + "flv1_pcm_s16le.flv", "mkv", "a"}};
+    for (const auto& [input, targets, streams] : cases) {
+        std::istringstream list(targets);
+        for (std::string target; list >> target;) {
+            Outcome outcome = run("remux --force " + input + " out." + target);
+            ASSERT_EQ("0", std::to_string(outcome.code) + outcome.err);
+            for (char letter : streams) {
+                const std::string stream(1, letter);
+                EXPECT_EQ(frames(input, stream), frames("out." + target, stream)) << outcome.out;
+                EXPECT_EQ(times(input, stream), times("out." + target, stream)) << outcome.out;
+            }
+        }
+    }
+}
+
+// Which ffmpeg 5 cannot read out of FLV.
+TEST_F(RemuxTest, HevcDecodesAsItsElementaryStream) {
+    const std::string input = kSamples + "hevc_aac.flv";
+    ASSERT_EQ(0, run("extract --timestamps " + input).code);
+    Outcome stamps = shell("awk '/^[0-9]/ {printf \"%.3f\\n\", $1 / 1000}' hevc_aac.h265.timestamps.txt");
+    for (const char* target : {"out.mkv", "out.mp4", "out.mov", "out.ts"}) {
+        ASSERT_EQ(0, run("remux " + input + " " + target).code);
+        EXPECT_EQ(frames("hevc_aac.h265", "v"), frames(target, "v")) << target;
+        EXPECT_EQ(stamps.out, times(target, "v")) << target;
+    }
+}
+
+TEST_F(RemuxTest, PcmOfBothWidths) {
+    for (const std::string codec : {"pcm_u8", "pcm_s16le"}) {
+        shell("ffmpeg -v error -y -f lavfi -i sine=440:d=1:r=11025 -c:a " + codec + " a.flv");
+        ASSERT_EQ(0, run("remux --force a.flv a.mov").code);
+        EXPECT_EQ(frames("a.flv", "a"), frames("a.mov", "a")) << codec;
+    }
+}
+
+TEST_F(RemuxTest, RefusesByName) {
+    write("there.mkv", {1});
+    const std::string cases[][3] = {
+            {kSamples + "h263_mp3.flv a.mp4", "2", "MP4 cannot hold Sorenson H.263, the video track's codec"},
+            {kIndexed + " there.mkv", "3", "there.mkv: File exists"},
+            {kIndexed + " out.mp4 --from 99", "1", "no samples"},
+            {kIndexed + " - >/dev/full", "3", "standard output: No space left"}};
+    for (const auto& [arguments, code, message] : cases) {
+        Outcome outcome = run("remux " + arguments);
+        EXPECT_EQ(code, std::to_string(outcome.code)) << arguments;
+        EXPECT_THAT(outcome.err, HasSubstr(message));
+    }
+    EXPECT_EQ("there.mkv\n", list());
+}
+
+TEST_F(RemuxTest, PipesAndEndsQuietly) {
+    Outcome whole = run("remux " + kIndexed + " - | ffmpeg -v error -i - -f null -");
+    EXPECT_EQ("0", std::to_string(whole.code) + whole.err);
+    Outcome closed = run("remux " + kIndexed + " - | head -c 5 | wc -c");
+    EXPECT_EQ("5\n", closed.out + closed.err);
+}
+
+TEST_F(RemuxTest, PartCountsFromItsEarliestSample) {
+    ASSERT_EQ(0, run("remux --from 0:05.9 --to 8 " + kIndexed + " part.mp4").code);
+    EXPECT_EQ("0.077\n72\n",
+              shell("echo '" + times("part.mp4", "v") + "' | sed '/./!d' | sed -n '1p;$='").out);
+}
+
+TEST_F(RemuxTest, RecoversBehindDamage) {
+    Bytes damaged = ReadProjectFile("samples/avc_aac_index.flv");
+    for (size_t i = damaged.size() / 2; i < damaged.size() / 2 + 65536; ++i)
+        damaged[i] = static_cast<uint8_t>(i * 37);
+    write("damaged.flv", damaged);
+    Outcome recovered = run("remux --recover damaged.flv long.mkv");
+    EXPECT_EQ(0, recovered.code);
+    EXPECT_THAT(recovered.err, HasSubstr("the video track has nothing between 6.920 s and 10.080 s"));
+    EXPECT_THAT(times("long.mkv", "v"), testing::EndsWith("13.960\n14.000\n14.040\n"));
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AvFixture.h"
+
+namespace orvel {
+namespace {
+
+using testing::HasSubstr;
+
+class ThumbnailTest : public AvTest {
+  protected:
+    // The one frame that the filter lets through, in a screen's colours.
+    std::string pixels(const std::string& file, const std::string& filter = "null") const {
+        return frames(file, "v", "-frames:v 1 -pix_fmt rgb24 -vf \"" + filter + "\"");
+    }
+};
+
+TEST_F(ThumbnailTest, IsTheFrameThatFfmpegDecodes) {
+    ASSERT_EQ(0, run("remux " + kSamples + "hevc_aac.flv hevc.mkv").code);
+    const std::string cases[][5] = {
+            {"avc_aac_index.flv", "", "3.080", kIndexed, "null"},
+            {"avc_aac_index.flv", "--size 999x120", "3.080", kIndexed, "scale=160:120"},
+            {"h263_mp3.flv", "--at 1.4", "1.383", kSamples + "h263_mp3.flv", "null"},
+            {"hevc_aac.flv", "", "0.067", "hevc.mkv", "null"}};
+    for (const auto& [input, options, time, peer, scaling] : cases) {
+        Outcome outcome = run("thumbnail --force -o out.png " + options + " " + kSamples + input);
+        EXPECT_THAT(outcome.out, HasSubstr("key frame at " + time + " s")) << outcome.err;
+        EXPECT_EQ(pixels(peer, "select='lt(abs(t-" + time + "),0.0005)'," + scaling), pixels("out.png"))
+                << input;
+    }
+}
+
+TEST_F(ThumbnailTest, AppliesMatrixRangeAndAspect) {
+    shell("ffmpeg -v error -f lavfi -i testsrc=size=352x288:d=1:r=5 -vf setsar=16/11,format=yuv420p,"
+          "scale=out_color_matrix=bt709:out_range=full -colorspace bt709 -color_range pc -c:v libx264 "
+          "wide.flv");
+    EXPECT_THAT(run("thumbnail --at 0 wide.flv").out, HasSubstr("wide.png: 512x288"));
+    EXPECT_EQ(pixels("wide.flv", "scale=512:288"), pixels("wide.png"));
+    EXPECT_NE(pixels("wide.flv", "scale=512:288:in_color_matrix=bt601"), pixels("wide.png"));
+}
+
+TEST_F(ThumbnailTest, PassesOverKeyFramesThatDoNotDecode) {
+    for (uint32_t damaged : {2u, 9u}) {  // key frames from 3 s on, of which up to 8 are tried
+        write("bad.flv", EditTags("samples/avc_aac_index.flv", [&](uint8_t* tag, uint32_t timeMs) {
+                  size_t size = static_cast<size_t>(tag[1] << 16 | tag[2] << 8 | tag[3]);
+                  bool isKeyFrame = tag[0] == 9 && tag[11] == 0x17 && tag[12] == 1;
+                  if (isKeyFrame && timeMs / 1000 - 3 < damaged) memset(tag + 20, 0xff, size - 9);
+              }));
+        Outcome outcome = run("thumbnail --force --at 3 bad.flv");
+        EXPECT_EQ(damaged > 8 ? 1 : 0, outcome.code);
+        EXPECT_THAT(outcome.out + outcome.err,
+                    HasSubstr(damaged > 8 ? "that decodes" : "key frame at 5.080 s"));
+    }
+}
+
+TEST_F(ThumbnailTest, SheetHasNoMoreCellsThanKeyFrames) {
+    Outcome sheet = run("thumbnail --grid 5x4 --size 160x120 -o sheet.png " + kIndexed);
+    EXPECT_EQ("sheet.png: 848x446, 14 key frames\n", sheet.out) << sheet.err;
+    EXPECT_EQ(0, run("thumbnail --at 4 --size 160x120 -o one.png " + kIndexed).code);
+    EXPECT_EQ(pixels("sheet.png", "crop=160:120:680:8"), pixels("one.png"));
+    EXPECT_EQ(0, run("thumbnail -o one.jpg " + kIndexed).code);
+    EXPECT_EQ("image/jpeg\n", shell("file -b --mime-type one.jpg").out);
+}
+
+TEST_F(ThumbnailTest, OnlyWhatNeedsTheCodecsLoadsThem) {
+    EXPECT_EQ("0\n", shell("LD_DEBUG=files " ORVEL_BINARY_DIR "/bin/orvel-flv probe " + kIndexed +
+                           " 2>&1 | grep -c libavcodec")
+                             .out);
+    for (const char* file : {"orvel-flv", "libflvextractor.so", "liborvel_platform.so"})
+        std::filesystem::copy(std::string(ORVEL_BINARY_DIR "/bin/") + file, path(file));
+    Outcome outcome = shell("./orvel-flv thumbnail " + kIndexed);
+    EXPECT_EQ(3, outcome.code);
+    EXPECT_THAT(outcome.err, HasSubstr("this command needs the codec module, which is not installed"));
+    EXPECT_EQ(0, shell("./orvel-flv extract " + kIndexed).code);
+}
+
+}  // namespace
+}  // namespace orvel
