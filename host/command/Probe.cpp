@@ -4,6 +4,7 @@
 
 #include "command/Command.h"
 #include "command/Description.h"
+#include "command/IoProbe.h"
 #include "command/Options.h"
 #include "command/SeekProbe.h"
 #include "support/Terminal.h"
@@ -53,22 +54,43 @@ Json SeekJson(const TrackFormat& format, size_t track, int64_t timeUs, const See
     return json;
 }
 
+std::string IoLine(const IoPhase& phase) {
+    return fmt::format(
+            "  io of {}: {} reads ({} below 4096 bytes, {} of 4096, {} above), {} bytes read, {} of them "
+            "again,"
+            " {} bytes of samples\n",
+            phase.name, phase.reads, phase.below4096, phase.of4096, phase.above4096, phase.bytes,
+            phase.bytesAgain, phase.sampleBytes);
+}
+
+Json IoJson(const IoPhase& phase) {
+    return {{"phase", phase.name},
+            {"nb_reads", phase.reads},
+            {"nb_below_4096", phase.below4096},
+            {"nb_of_4096", phase.of4096},
+            {"nb_above_4096", phase.above4096},
+            {"bytes_read", phase.bytes},
+            {"bytes_read_again", phase.bytesAgain},
+            {"sample_bytes", phase.sampleBytes}};
+}
+
 class ProbeCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
     ExitCode run(const Plugin& plugin) override;
 
   private:
-    void probe(const Input& input);
+    void probe(const Plugin& plugin, const Input& input);
     void forEachSample(const Input& input, std::vector<TrackFindings>* findings,
                        const std::function<void(size_t, const AccessUnit&)>& show);
-    void showText(const Input& input, std::vector<TrackFindings>* findings);
-    void showJson(const Input& input, std::vector<TrackFindings>* findings);
+    void showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
+    void showJson(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
 
     std::vector<std::string> mLocations;
     std::vector<int64_t> mSeeks;
     bool mAsJson = false;
     bool mWithPackets = false;
+    bool mWithIo = false;
 };
 
 CLI::App* ProbeCommand::addTo(CLI::App& program) {
@@ -90,26 +112,28 @@ CLI::App* ProbeCommand::addTo(CLI::App& program) {
             ->delimiter(',')
             ->allow_extra_args(false)
             ->type_name("T[,T...]");
+    app->add_flag("--io", mWithIo,
+                  "Also what a session reads of the source: sniffing, opening, playing, seeking");
     return app;
 }
 
 ExitCode ProbeCommand::run(const Plugin& plugin) {
     return ForEachInput(mLocations, [&](const std::string& location) {
         Input input(plugin, location);
-        probe(input);
+        probe(plugin, input);
         input.throwIfReadsFailed();
         return ExitCode::kDone;
     });
 }
 
-void ProbeCommand::probe(const Input& input) {
+void ProbeCommand::probe(const Plugin& plugin, const Input& input) {
     std::vector<TrackFindings> findings(input.tracks().size());
     for (size_t i = 0; i < findings.size(); ++i)
         findings[i].pcmBits = GuessPcmBits(input, i);
     if (mAsJson) {
-        showJson(input, &findings);
+        showJson(plugin, input, &findings);
     } else {
-        showText(input, &findings);
+        showText(plugin, input, &findings);
     }
 }
 
@@ -127,7 +151,7 @@ void ProbeCommand::forEachSample(const Input& input, std::vector<TrackFindings>*
     }
 }
 
-void ProbeCommand::showText(const Input& input, std::vector<TrackFindings>* findings) {
+void ProbeCommand::showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings) {
     WriteOut(EscapeControls(DescribeContainer(input)) + "\n");
     for (size_t i = 0; i < findings->size(); ++i) {
         WriteOut(DescribeTrack(input, i, (*findings)[i]) + "\n");
@@ -142,11 +166,14 @@ void ProbeCommand::showText(const Input& input, std::vector<TrackFindings>* find
             WriteOut(SeekLine(input.tracks()[i], timeUs, ProbeSeek(input, i, timeUs)));
         }
     }
+    if (!mWithIo) return;
+    for (const IoPhase& phase : ProbeIo(plugin, input))
+        WriteOut(IoLine(phase));
 }
 
 // Packets come first, as in ffprobe's documents, so that none has to be kept and the streams can tell their
 // number.
-void ProbeCommand::showJson(const Input& input, std::vector<TrackFindings>* findings) {
+void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings) {
     WriteOut("{");
     if (mWithPackets) {
         const char* separator = "\"packets\":[";
@@ -164,6 +191,10 @@ void ProbeCommand::showJson(const Input& input, std::vector<TrackFindings>* find
         for (size_t i = 0; i < findings->size(); ++i) {
             rest["seeks"].push_back(SeekJson(input.tracks()[i], i, timeUs, ProbeSeek(input, i, timeUs)));
         }
+    }
+    if (mWithIo) {
+        for (const IoPhase& phase : ProbeIo(plugin, input))
+            rest["io"].push_back(IoJson(phase));
     }
     WriteOut(Dump(rest).substr(1) + "\n");
 }

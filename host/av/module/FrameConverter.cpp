@@ -86,7 +86,11 @@ Picture ConvertFrame(const AVFrame& frame, std::optional<PictureSize> box) {
 
 FramePointer MakeFrame(const Picture& picture, AVPixelFormat format) {
     FramePointer shown = MakeEmptyFrame(picture.size, AV_PIX_FMT_RGB24);
-    ForEachRow(*shown, [&](size_t at, uint8_t* row, size_t n) { memcpy(row, &picture.rgb[at], n); });
+    // Chroma is averaged over pairs of pixels: one of an odd width wants a second.
+    ForEachRow(*shown, [&](size_t at, uint8_t* row, size_t n) {
+        memcpy(row, &picture.rgb[at], n);
+        if (picture.size.width % 2 != 0) memcpy(row + n, row + n - 3, 3);
+    });
     if (format == AV_PIX_FMT_RGB24) return shown;
     FramePointer frame = MakeEmptyFrame(picture.size, format);
     Scale(MakeScaler(picture.size, AV_PIX_FMT_RGB24, picture.size, format).get(), *shown, frame.get());

@@ -46,6 +46,23 @@ TEST_F(ProbeTest, ExitCodesAndOneLineThatSaysWhy) {
     EXPECT_THAT(run("probe short.flv " + good).out, HasSubstr("Sorenson H.263"));
 }
 
+// Opening takes one refill of the plug-in's cache, an indexed seek of both tracks another; each byte of a
+// file is read to play it.
+TEST_F(ProbeTest, TellsWhatASessionReads) {
+    const Json io = Json::parse(run("probe --io --json " + kSamples + "avc_aac_index.flv").out)["io"];
+    ASSERT_EQ(io.size(), 4u);
+    const Json phases[] = {{"sniff", 1, 1, 4096}, {"open", 1, 1, 4096}, {"seek", 10, 10, 40960}};
+    for (const Json& phase : phases) {
+        const Json& found = io[phase[0] == "sniff" ? 0 : phase[0] == "open" ? 1 : 3];
+        EXPECT_EQ(phase, Json({found["phase"], found["nb_reads"], found["nb_of_4096"], found["bytes_read"]}));
+    }
+    const Json& play = io[2];
+    EXPECT_EQ(play["nb_reads"], play["nb_below_4096"].get<int>() + play["nb_of_4096"].get<int>() +
+                                        play["nb_above_4096"].get<int>());
+    const int64_t once = play["bytes_read"].get<int64_t>() - play["bytes_read_again"].get<int64_t>();
+    EXPECT_TRUE(once <= 325272 && once >= play["sample_bytes"]) << once;
+}
+
 Json Pick(const Json& object, const std::vector<std::string>& names) {
     Json picked;
     for (const std::string& name : names)
