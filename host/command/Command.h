@@ -36,8 +36,8 @@ std::unique_ptr<Command> MakeThumbnailCommand();
 std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeMapCommand();
 
-// Does the work for each input in turn, and with --recursive for each file in a folder. One that fails is complained about, and the next one is taken; the
-// result is the worst exit code.
+// Does the work for each input in turn, and with --recursive for each file in a folder. One that fails is
+// complained about, and the next one is taken; the result is the worst exit code.
 ExitCode ForEachInput(const std::vector<std::string>& locations,
                       const std::function<ExitCode(const std::string&)>& work);
 

@@ -21,12 +21,13 @@ void PrintOut(fmt::format_string<T...> format, T&&... values) {
     WriteOut(fmt::format(format, std::forward<T>(values)...));
 }
 
-// A line on standard error that stays until the next output, as long as the window is wide enough; ClearStatus() takes
-// it away. Never throw.
+// A line on standard error that stays until the next output, as long as the window is wide enough;
+// ClearStatus() takes it away. Never throw.
 void ShowStatus(std::string_view line);
 void ClearStatus();
 
-// Whether to write in colours: standard output is a terminal that has them, and the user has not set NO_COLOR.
+// Whether to write in colours: standard output is a terminal that has them, and the user has not set
+// NO_COLOR.
 bool HasColours();
 
 // One line on standard error: "orvel-flv: " and the message, escaped. Never throws.
