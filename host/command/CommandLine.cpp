@@ -15,7 +15,12 @@
 namespace orvel {
 namespace {
 
-constexpr char kDescription[] = "Takes FLV files apart through the extractor plug-in, as a device does.";
+constexpr char kDescription[] =
+        "Takes FLV files apart through the extractor plug-in, as a device does.\n"
+        "  orvel-flv probe clip.flv\n"
+        "  orvel-flv extract --recover broken.flv -o parts\n"
+        "  orvel-flv check -r recordings\n"
+        "  orvel-flv map clip.flv -o map.svg";
 constexpr char kFooter[] =
         "Exit codes: 0 done; 1 an input is damaged, is not FLV or holds nothing of what was asked for; "
         "2 usage;\n3 input or output error. Of several inputs, the worst counts (3, then 1, then 0).\n"

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "inspect/Svg.h"
 #include "support/TimeText.h"
@@ -22,6 +23,7 @@ constexpr size_t kMostLabels = 4;  // of lost spans; more would lie on top of ea
 
 constexpr char kVideoColour[] = "#2b6cb0", kAudioColour[] = "#ed8936", kScriptColour[] = "#a0aec0";
 constexpr char kBadColour[] = "#e02424", kRightColour[] = "#2f855a", kWarnColour[] = "#b7791f";
+constexpr char kLeadColour[] = "#6b46c1";
 constexpr char kGridColour[] = "#e2e8f0", kFaintColour[] = "#718096", kPanelColour[] = "#f7fafc";
 
 // 1, 2 or 5 times a power of ten, at least this much.
@@ -60,10 +62,11 @@ class MapPicture {
     void drawKeyFrames();
     void drawIndex();
     void drawLead();
+    bool isAcrossGap(double fromX, double toX) const;
     void drawGaps();
     void drawStrip();
     void drawFindings();
-    void drawPanel(double top, double bottom, const std::string& first, const std::string& second);
+    void drawPanel(double top, double bottom, const std::string& label);
     double x(double ms) const {
         double share = (ms - static_cast<double>(mReport.timeline.firstMs())) / mSpanMs;
         return kLeft + kPlot * std::clamp(share, 0., 1.);
@@ -96,10 +99,10 @@ MapPicture::MapPicture(const std::string& name, const Inspection& report)
 std::string MapPicture::draw() {
     drawTitle();
     drawLegend();
-    drawPanel(kRateTop, kRateBottom, "Data rate", "");
-    drawPanel(kKeyRow, kKeyRow + kRowHeight, "Key frames", "");
-    drawPanel(kIndexRow, kIndexRow + kRowHeight, "Index", "");
-    drawPanel(kLeadTop, kLeadBottom, "Interleaving", "");
+    drawPanel(kRateTop, kRateBottom, "Data rate");
+    drawPanel(kKeyRow, kKeyRow + kRowHeight, "Key frames");
+    drawPanel(kIndexRow, kIndexRow + kRowHeight, "Index");
+    drawPanel(kLeadTop, kLeadBottom, "Interleaving");
     drawTimeGrid();
     drawRates();
     drawKeyFrames();
@@ -111,12 +114,11 @@ std::string MapPicture::draw() {
     return mSvg.finish();
 }
 
-void MapPicture::drawPanel(double top, double bottom, const std::string& first, const std::string& second) {
+void MapPicture::drawPanel(double top, double bottom, const std::string& label) {
     mSvg.rect(kLeft, top, kPlot, bottom - top, kPanelColour);
     double middle = bottom - top <= kRowHeight ? (top + bottom) / 2 + 5 : top - 8;
     bool isRow = bottom - top <= kRowHeight;
-    mSvg.text(isRow ? kLeft - 8 : kLeft, middle, first + second,
-              {13, "#2d3748", isRow ? "end" : "start", true});
+    mSvg.text(isRow ? kLeft - 8 : kLeft, middle, label, {13, "#2d3748", isRow ? "end" : "start", true});
 }
 
 void MapPicture::drawTitle() {
@@ -259,9 +261,21 @@ void MapPicture::drawLead() {
                   {12, kFaintColour, "end", false});
     }
     mSvg.text(kLeft - 8, middle + 5, "0", {12, kFaintColour, "end", false});
-    for (auto& [at, value] : points)
-        value = middle - value * scale;
-    mSvg.polyline(points, "#6b46c1", 1.5);
+    std::vector<std::pair<double, double>> run;
+    for (const auto& [at, value] : points) {
+        if (!run.empty() && isAcrossGap(run.back().first, at))
+            mSvg.polyline(std::exchange(run, {}), kLeadColour, 1.5);
+        run.emplace_back(at, middle - value * scale);
+    }
+    mSvg.polyline(run, kLeadColour, 1.5);
+}
+
+bool MapPicture::isAcrossGap(double fromX, double toX) const {
+    const auto& gaps = mReport.timeline.gaps();
+    return std::any_of(gaps.begin(), gaps.end(), [&](const Timeline::Gap& gap) {
+        double middle = x(static_cast<double>(gap.fromMs + gap.toMs) / 2);
+        return fromX < middle && middle < toX;
+    });
 }
 
 void MapPicture::drawGaps() {

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "HostFixture.h"
+
+namespace orvel {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+// A file that nothing is wrong with: 4 key frames of H.263 and 40 tags of MP3 over 4 s.
+struct SoundFile {
+    explicit SoundFile(double duration = 4, const std::vector<double>& positions = {},
+                       const std::vector<double>& times = {}) {
+        file.MetaData(duration, positions, times);
+        for (uint32_t i = 0; i < 40; ++i) {
+            if (i % 10 == 0)
+                keyFrames.push_back(static_cast<double>(file.Video(i * 100, 0x12, Bytes(300 + i, 3)) + 4));
+            file.Audio(i * 100, 0x2f, Bytes(90 + i, 0x55));
+        }
+    }
+    Bytes bytes() const {
+        Bytes bytes = file.Finish();
+        bytes[4] = 5;
+        return bytes;
+    }
+    FlvBuilder file;
+    std::vector<double> keyFrames;
+};
+
+class CheckTest : public HostTest {
+  protected:
+    // "code@offset" of every finding.
+    std::string check(const Bytes& file, int expectedCode, const std::string& options = "") const {
+        write("case.flv", file);
+        Outcome outcome = run("check --json " + options + " case.flv");
+        EXPECT_EQ(expectedCode, outcome.code) << outcome.out << outcome.err;
+        std::string all;
+        const Json report = Json::parse(outcome.out);
+        for (const Json& finding : report["findings"])
+            all += finding["code"].get<std::string>() + "@" +
+                   std::to_string(finding["offset"].get<int64_t>()) + " ";
+        return all;
+    }
+};
+
+TEST_F(CheckTest, EachFaultHasItsCodeAndOffset) {
+    EXPECT_EQ("", check(SoundFile().bytes(), 0, "--strict"));
+    EXPECT_EQ("not-flv@0 ", check(Text("FLW") + Bytes(20, 1), 1));
+    EXPECT_EQ("not-flv@7 ", check(Text("FLV") + Bytes{1, 5, 0, 0}, 1));
+    Bytes flags = SoundFile().bytes();
+    flags[4] = 1;
+    EXPECT_EQ("header-flags@4 ", check(flags, 0));
+    check(flags, 1, "--strict");
+
+    const auto fourth = static_cast<ptrdiff_t>(SoundFile().keyFrames[3]);
+    const size_t tag = static_cast<size_t>(fourth);
+    const std::string at = std::to_string(fourth);
+    Bytes garbage = SoundFile().bytes(), sizes = garbage, empty = garbage, back = garbage, jump = garbage;
+    std::fill_n(garbage.begin() + fourth, 20, 0xee);
+    EXPECT_EQ("garbage@" + at + " ", check(garbage, 1));
+    sizes[tag - 1] ^= 3;
+    EXPECT_EQ("previous-tag-size@" + std::to_string(fourth - 4) + " ", check(sizes, 0));
+    std::fill_n(empty.begin() + fourth + 1, 3, 0);
+    EXPECT_EQ("empty-tag@" + at + " garbage@" + std::to_string(fourth + 15) + " ", check(empty, 1));
+    back[tag + 5] = 2;  // 3000 ms to 696 ms
+    EXPECT_EQ("time-back@" + at + " ", check(back, 0));
+    jump[tag + 4] = 1;  // 68 s later
+    EXPECT_THAT(check(jump, 0), HasSubstr("time-jump@" + at));
+    Bytes cut = SoundFile().bytes();
+    cut.resize(tag + 100);
+    EXPECT_EQ("truncated-tag@" + at + " duration-wrong@13 ", check(cut, 1));
+    EXPECT_EQ("duration-wrong@13 ", check(SoundFile(9).bytes(), 0));
+    Bytes metadata = SoundFile().bytes();
+    metadata[24 + 13] = 0x11;  // the marker behind the name
+    EXPECT_THAT(check(metadata, 0), HasSubstr("metadata-broken@37 "));
+}
+
+TEST_F(CheckTest, IndexIsComparedWithTheFile) {
+    std::vector<double> times = {0, 1, 2, 3}, positions = SoundFile(4, times, times).keyFrames;
+    EXPECT_EQ("", check(SoundFile(4, positions, times).bytes(), 0));
+    positions[2] += 1;
+    times[3] = 1.5;
+    EXPECT_EQ("index-misses@13 index-time@13 ", check(SoundFile(4, positions, times).bytes(), 0));
+    EXPECT_EQ("index-uneven@13 ", check(SoundFile(4, SoundFile(4, times, {0}).keyFrames, {0}).bytes(), 0));
+}
+
+TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
+    const std::tuple<uint8_t, Bytes, std::string> cases[] = {
+            {9, Text("\x90hvc1") + Bytes(20, 1),
+             "HEVC (FourCC hvc1): its headers are those of Enhanced RTMP"},
+            {9, Text("\x91") + Text("av01") + Bytes(20, 1), "AV1 (FourCC av01)"},
+            {9, Bytes(20, 0x13), "video Screen video: "},
+            {8, Bytes(20, 0x63), "audio Nellymoser: "},
+            {8, Bytes(20, 0xb2), "audio Speex: "},
+            {8, Text("\x91Opus") + Bytes(20, 1), "audio Opus (FourCC Opus)"}};
+    for (const auto& [type, data, name] : cases) {
+        FlvBuilder file;
+        file.Tag(type, 0, data);
+        write("case.flv", file.Finish());
+        EXPECT_THAT(run("check case.flv").out, HasSubstr(name));
+    }
+}
+
+TEST_F(CheckTest, RepeatedFindingsAreCounted) {
+    SoundFile file;
+    file.file.LieAboutPreviousSize(1);
+    for (uint32_t i = 0; i < 500; ++i)
+        file.file.Audio(4000 + i, 0x2f, Bytes(40, 1));
+    write("case.flv", file.bytes());
+    std::string out = run("check case.flv").out;
+    EXPECT_EQ(13, std::count(out.begin(), out.end(), '\n') - 1) << out;
+    EXPECT_THAT(out, HasSubstr("previous-tag-size: 491 more like these"));
+}
+
+TEST_F(CheckTest, MapShowsWhatIsThere) {
+    Bytes file = ReadProjectFile("samples/avc_aac_index.flv");
+    std::fill_n(file.begin() + 150000, 20000, 0xee);
+    write("a<b&.flv", file);
+    ASSERT_EQ(0, run("map 'a<b&.flv' -o map.svg").code);
+    std::string svg = read<std::string>("map.svg");
+    EXPECT_EQ(0, shell("python3 -c \"import xml.dom.minidom as m; m.parse('map.svg')\"").code);
+    for (const char* text : {"a&lt;b&amp;.flv", "damaged: 1 error", ">lost<", "13 of 14 index entries"})
+        EXPECT_THAT(svg, HasSubstr(text));
+    EXPECT_EQ(svg, run("map 'a<b&.flv' -o -").out);
+    EXPECT_EQ(3, run("map 'a<b&.flv' -o map.svg").code);
+}
+
+}  // namespace
+}  // namespace orvel
