@@ -36,3 +36,20 @@ file(RELATIVE_PATH orvel_pc_to_prefix /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orvel-flv.pc.in ${PROJECT_BINARY_DIR}/orvel-flv.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvel-flv.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT Development)
+
+# The program with its plug-in, as the component Program; the codec module adds itself. The two libraries are the same
+# as above, so that either component is whole without the other.
+if(ORVEL_BUILD_HOST)
+  install(TARGETS orvel-flv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Program)
+  install(TARGETS flvextractor orvel_platform LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Program)
+  install(FILES ${PROJECT_SOURCE_DIR}/man/orvel-flv.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Program)
+  install(FILES ${PROJECT_SOURCE_DIR}/completion/orvel-flv.bash RENAME orvel-flv
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT Program)
+  install(FILES ${PROJECT_SOURCE_DIR}/completion/_orvel-flv
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT Program)
+  install(FILES ${PROJECT_SOURCE_DIR}/completion/orvel-flv.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT Program)
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/orvel-flv
+    COMPONENT Program)
+  include(${CMAKE_CURRENT_LIST_DIR}/Package.cmake)
+endif()

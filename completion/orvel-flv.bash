@@ -1,0 +1,31 @@
+# SPDX-License-Identifier: Apache-2.0
+# Completion for bash.
+_orvel_flv() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' word
+    local common="--help --recursive --quiet --progress --verbose --plugin"
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        case $word in probe | extract | remux | thumbnail | check | map) command=$word && break ;; esac
+    done
+    case $previous in
+        --track) mapfile -t COMPREPLY < <(compgen -W "video audio" -- "$current") && return ;;
+        --progress) mapfile -t COMPREPLY < <(compgen -W "json" -- "$current") && return ;;
+        --from | --to | --at | --seek | --size | --grid) return ;;
+    esac
+    local options=$common
+    case $command in
+        "") [[ $current == -* ]] || options="probe extract remux thumbnail check map" ;;
+        probe) options+=" --json --packets --seek" ;;
+        extract) options+=" --output --track --from --to --timestamps --force --recover" ;;
+        remux) options+=" --from --to --force --recover" ;;
+        thumbnail) options+=" --output --at --size --grid --force" ;;
+        check) options+=" --json --strict --codes" ;;
+        map) options+=" --output --force" ;;
+    esac
+    if [[ $current == -* || -z $command ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
+    else
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        compopt -o filenames
+    fi
+}
+complete -F _orvel_flv orvel-flv
