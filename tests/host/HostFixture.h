@@ -42,7 +42,10 @@ class HostTest : public testing::Test {
         int status = system(("cd " + mFolder + " && { " + command + "; } >.out 2>.err </dev/null").c_str());
         return {WEXITSTATUS(status), read<std::string>(".out"), read<std::string>(".err")};
     }
-    Outcome run(const std::string& words) const { return shell(ORVEL_BINARY_DIR "/bin/orvel-flv " + words); }
+    // Through the emulator where the program is for another machine.
+    Outcome run(const std::string& words) const {
+        return shell("$ORVEL_EMULATOR " ORVEL_BINARY_DIR "/bin/orvel-flv " + words);
+    }
     std::string list() const { return shell("ls -A -I .out -I .err").out; }
 
   private:

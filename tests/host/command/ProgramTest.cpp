@@ -8,7 +8,7 @@ using testing::HasSubstr;
 
 class ProgramTest : public HostTest {
   protected:
-    const std::string program = ORVEL_BINARY_DIR "/bin/orvel-flv ";
+    const std::string program = "$ORVEL_EMULATOR " ORVEL_BINARY_DIR "/bin/orvel-flv ";
 };
 
 TEST_F(ProgramTest, FoldersStandForTheirFiles) {
