@@ -12,6 +12,18 @@ class ThumbnailTest : public AvTest {
     std::string pixels(const std::string& file, const std::string& filter = "null") const {
         return frames(file, "v", "-frames:v 1 -pix_fmt rgb24 -vf \"" + filter + "\"");
     }
+    // Whether out.png is the frame of the file that the filter lets through: in every pixel where the scaler
+    // is ffmpeg's own; within rounding, a peak signal-to-noise ratio over 50 dB, where this program runs
+    // emulated and so converts colours with another machine's instructions than ffmpeg.
+    bool showsFrame(const std::string& file, const std::string& filter) const {
+        const char* emulator = getenv("ORVEL_EMULATOR");
+        if (emulator == nullptr || *emulator == 0) return pixels(file, filter) == pixels("out.png");
+        Outcome outcome = shell("ffmpeg -v info -copyts -i " + file +
+                                " -i out.png -frames:v 1 -lavfi \"[0:v]" + filter +
+                                ",format=rgb24,setpts=0[a];[1:v]format=rgb24[b];[a][b]psnr\" -f null - 2>&1"
+                                " | sed -n 's/.*PSNR.*average:\\([0-9inf.]*\\).*/\\1/p'");
+        return strtod(outcome.out.c_str(), nullptr) > 50;
+    }
 };
 
 TEST_F(ThumbnailTest, IsTheFrameThatFfmpegDecodes) {
@@ -24,8 +36,7 @@ TEST_F(ThumbnailTest, IsTheFrameThatFfmpegDecodes) {
     for (const auto& [input, options, time, peer, scaling] : cases) {
         Outcome outcome = run("thumbnail --force -o out.png " + options + " " + kSamples + input);
         EXPECT_THAT(outcome.out, HasSubstr("key frame at " + time + " s")) << outcome.err;
-        EXPECT_EQ(pixels(peer, "select='lt(abs(t-" + time + "),0.0005)'," + scaling), pixels("out.png"))
-                << input;
+        EXPECT_TRUE(showsFrame(peer, "select='lt(abs(t-" + time + "),0.0005)'," + scaling)) << input;
     }
 }
 
