@@ -47,7 +47,7 @@ android::sp<FileSource> FileSource::Open(const std::string& path, std::string* e
 }
 
 FileSource::FileSource(int descriptor, off64_t size, const std::string& path)
-    : mDescriptor(descriptor), mSize(size), mPath(path) {}
+    : mDescriptor(descriptor), mSize(size), mPath(path), mMapped(descriptor, static_cast<size_t>(size)) {}
 
 FileSource::~FileSource() {
     close(mDescriptor);
@@ -61,6 +61,12 @@ ssize_t FileSource::readAt(off64_t offset, void* data, size_t size) {
     if (offset < 0) return android::BAD_VALUE;
     if (offset >= mSize) return 0;
     size_t wanted = std::min(size, static_cast<size_t>(mSize - offset));
+    if (mMapped.read(static_cast<size_t>(offset), data, wanted)) return static_cast<ssize_t>(wanted);
+    return readDescriptor(offset, data, wanted);
+}
+
+// Where the mapping fails: tells how many bytes there are all the same, and why there are no more.
+ssize_t FileSource::readDescriptor(off64_t offset, void* data, size_t wanted) {
     auto* bytes = static_cast<uint8_t*>(data);
     size_t done = 0;
     while (done < wanted) {

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <string>
 
+#include "source/MappedFile.h"
+
 namespace orvel {
 
 // A local file as a DataSource: a regular file or a block device, that is, anything with bytes at offsets.
@@ -34,9 +36,12 @@ class FileSource : public android::DataSource {
   private:
     FileSource(int descriptor, off64_t size, const std::string& path);
 
+    ssize_t readDescriptor(off64_t offset, void* data, size_t wanted);
+
     const int mDescriptor;
     const off64_t mSize;
     const std::string mPath;
+    MappedFile mMapped;
     std::atomic<int> mErrno{0};
 };
 

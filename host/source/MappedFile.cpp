@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "source/MappedFile.h"
+
+#include <setjmp.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+
+#include <algorithm>
+
+namespace orvel {
+namespace {
+
+// Where the copy that this thread is making goes on when its source fails; null while none is made.
+thread_local sigjmp_buf* volatile tRescue = nullptr;
+struct sigaction gPrevious;
+
+// Leaves by a jump, so the signals that are blocked while a handler runs are let through again here. A signal
+// that is not about such a copy goes to the handler of before: an access meets it when it is repeated on
+// return, what another process has sent has to be sent on.
+void OnBusError(int signal, siginfo_t* info, void* context) {
+    if (tRescue != nullptr && info->si_code > 0) {
+        pthread_sigmask(SIG_SETMASK, &static_cast<ucontext_t*>(context)->uc_sigmask, nullptr);
+        siglongjmp(*tRescue, 1);
+    }
+    sigaction(signal, &gPrevious, nullptr);
+    if (info->si_code <= 0) raise(signal);
+}
+
+void InstallHandler() {
+    struct sigaction action = {};
+    action.sa_sigaction = OnBusError;
+    action.sa_flags = SA_SIGINFO;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGBUS, &action, &gPrevious);
+}
+
+// Nothing between the two points that a jump connects has a destructor or is kept in a variable.
+bool GuardedCopy(void* destination, const void* source, size_t size) {
+    sigjmp_buf rescue;
+    if (sigsetjmp(rescue, 0) != 0) {
+        tRescue = nullptr;
+        return false;
+    }
+    tRescue = &rescue;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    memcpy(destination, source, size);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    tRescue = nullptr;
+    return true;
+}
+
+}  // namespace
+
+MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullptr) {
+    std::fill(std::begin(mKept), std::end(mKept), kNoPiece);
+    void* bytes = size == 0 ? MAP_FAILED : mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
+    if (bytes == MAP_FAILED) return;
+    static std::once_flag installed;
+    std::call_once(installed, InstallHandler);
+    mBytes = static_cast<uint8_t*>(bytes);
+}
+
+MappedFile::~MappedFile() {
+    if (mBytes != nullptr) munmap(mBytes, mSize);
+}
+
+bool MappedFile::read(size_t offset, void* destination, size_t size) {
+    if (mBytes == nullptr) return false;
+    auto* to = static_cast<uint8_t*>(destination);
+    while (size > 0) {
+        const size_t piece = offset / kPieceBytes;
+        const size_t length = std::min(size, (piece + 1) * kPieceBytes - offset);
+        if (mPiece.load(std::memory_order_relaxed) != piece) enter(piece);
+        if (!GuardedCopy(to, mBytes + offset, length)) return false;
+        offset += length;
+        to += length;
+        size -= length;
+    }
+    return true;
+}
+
+// Another thread may be copying out of the piece that is given back: its pages are then only fetched again.
+void MappedFile::enter(size_t piece) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    size_t* const end = mKept + kPiecesKept;
+    size_t* found = std::find(mKept, end, piece);
+    if (found == end) {
+        --found;
+        if (*found != kNoPiece)
+            madvise(mBytes + *found * kPieceBytes, std::min(kPieceBytes, mSize - *found * kPieceBytes),
+                    MADV_DONTNEED);
+    }
+    std::copy_backward(mKept, found, found + 1);
+    mKept[0] = piece;
+    mPiece.store(piece, std::memory_order_relaxed);
+}
+
+}  // namespace orvel
