@@ -43,8 +43,8 @@ const uint8_t* FlvFile::NextCached(size_t size) {
     return bytes;
 }
 
-// Keeps a read's result, a failed one too: with a source that stops delivering, it is the sign by which every
-// loop over tags ends.
+// Keeps a read's result, a failed one too. That a read brought nothing is remembered up to the next seek:
+// with a source that stops delivering, it is the sign by which every loop over tags ends.
 bool FlvFile::Note(int64_t result) {
     mLastReadSize = result;
     if (result < 1) mDelivered = false;
