@@ -50,6 +50,26 @@ bool InstallHandlers() {
     return true;
 }
 
+// Holds the ending signals back, so that none comes between a file's making and its entry in the list:
+// entered before, a name could be another program's, and entered after, the file would stay behind. The
+// program has no other thread of its own that could take them.
+class SignalsHeldBack {
+  public:
+    SignalsHeldBack() {
+        sigset_t ending;
+        sigemptyset(&ending);
+        for (int number : kEndingSignals)
+            sigaddset(&ending, number);
+        pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
+    }
+    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+  private:
+    sigset_t mBefore;
+};
+
 size_t TakeSlot(const std::string& temporary) {
     static const bool installed = InstallHandlers();
     (void)installed;
@@ -97,12 +117,11 @@ AtomicFile::AtomicFile(const std::string& path, Existing existing)
 
 int AtomicFile::openTemporary() {
     mTemporary = TemporaryName(mPath);
-    mSlot = TakeSlot(mTemporary);
+    SignalsHeldBack heldBack;
     mDescriptor = open(mTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (mDescriptor >= 0) return 0;
-    int error = errno;
-    FreeSlot(mSlot);
-    return error;
+    if (mDescriptor < 0) return errno;
+    mSlot = TakeSlot(mTemporary);
+    return 0;
 }
 
 AtomicFile::~AtomicFile() {
@@ -150,9 +169,12 @@ void AtomicFile::commit() {
         unlink(mTemporary.c_str());
         fail(error);
     }
-    rename();
-    FreeSlot(mSlot);
-    mSlot = kSlots;
+    {
+        SignalsHeldBack heldBack;
+        rename();
+        FreeSlot(mSlot);
+        mSlot = kSlots;
+    }
     // The new name, too, should outlive a loss of power. Not every file system can promise it.
     int folder = open(FolderOf(mPath).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) return;
@@ -174,6 +196,7 @@ void AtomicFile::rename() {
 }
 
 void AtomicFile::discard() {
+    SignalsHeldBack heldBack;
     if (mDescriptor >= 0) {
         close(mDescriptor);
         unlink(mTemporary.c_str());
