@@ -4,17 +4,23 @@
 #include <strings.h>
 
 #include "source/FileSource.h"
-#include "source/StandardInput.h"
-#ifdef ORVEL_HAVE_HTTP
 #include "source/HttpSource.h"
 #include "source/HttpUrl.h"
-#endif
+#include "source/StandardInput.h"
 
 namespace orvel {
 namespace {
 
 bool StartsWithNoCase(const std::string& text, const char* prefix, size_t length) {
     return strncasecmp(text.c_str(), prefix, length) == 0;
+}
+
+// For what cannot be taken apart as a URL, where a password may stand anywhere in front of an @.
+std::string WithoutSecrets(const std::string& text) {
+    std::string shown = text.substr(0, text.find_first_of("?#"));
+    size_t begin = shown.find("//") + 2, end = shown.rfind('@');
+    if (end != std::string::npos && end >= begin) shown.erase(begin, end + 1 - begin);
+    return shown;
 }
 
 }  // namespace
@@ -25,21 +31,17 @@ bool IsUrl(const std::string& location) {
 
 std::string ShownLocation(const std::string& location) {
     if (location == kStandardInput) return "standard input";
-#ifdef ORVEL_HAVE_HTTP
+    if (!IsUrl(location)) return location;
     std::string shown, error;
-    if (IsUrl(location) && CheckHttpUrl(location, &shown, &error)) return shown;
-#endif
-    return location;
+    return CheckHttpUrl(location, &shown, &error) ? shown : WithoutSecrets(location);
 }
 
 android::sp<android::DataSource> OpenSource(const std::string& location, std::string* error) {
     if (IsUrl(location)) {
-#ifdef ORVEL_HAVE_HTTP
-        return HttpSource::Open(location, error);
-#else
-        *error = "this build cannot fetch URLs (it was configured without libcurl)";
+        std::string shown, why;
+        if (CheckHttpUrl(location, &shown, &why)) return HttpSource::Open(location, error);
+        *error = WithoutSecrets(location) + ": " + why;
         return nullptr;
-#endif
     }
     std::string reason;
     if (location == kStandardInput) {
@@ -53,9 +55,7 @@ android::sp<android::DataSource> OpenSource(const std::string& location, std::st
 }
 
 std::string LastReadError(const android::sp<android::DataSource>& source, const std::string& location) {
-#ifdef ORVEL_HAVE_HTTP
     if (auto* http = dynamic_cast<HttpSource*>(source.get())) return http->lastError();
-#endif
     auto* file = dynamic_cast<FileSource*>(source.get());
     std::string reason = file != nullptr ? file->lastError() : "";
     return location + ": " + (reason.empty() ? "a read failed" : reason);
