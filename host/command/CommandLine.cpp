@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <sstream>
 
 #include "command/Command.h"
 #include "command/InputList.h"
@@ -59,15 +60,42 @@ void Add(Commands* commands, CLI::App& program, std::unique_ptr<Command> command
     commands->emplace_back(app, std::move(command));
 }
 
-// The first line says it all; the library's second one would tell people to read the help, and how.
-int ReportUsage(const CLI::App& program, const CLI::ParseError& error) {
+// Help goes where data goes. Of an error the first line says it all; the library's second one would tell
+// people to read the help, and how.
+ExitCode ReportUsage(const CLI::App& program, const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
-        program.exit(error);
-        return static_cast<int>(ExitCode::kDone);
+        std::ostringstream help;
+        program.exit(error, help, help);
+        WriteOut(help.str());
+        FlushOut();
+        return ExitCode::kDone;
     }
     std::string text = error.what();
     Complain(text.substr(0, text.find('\n')));
-    return static_cast<int>(ExitCode::kUsage);
+    return ExitCode::kUsage;
+}
+
+bool IsSubcommand(const CLI::App& program, const std::string& word) {
+    return !program.get_subcommands([&](const CLI::App* app) { return app->get_name() == word; }).empty();
+}
+
+// The words behind the program's name, in the reverse order that the library takes. It forgets a "--" as soon
+// as a subcommand has the names that it cannot do without; so the names behind one are made such that nothing
+// but a name can be meant.
+std::vector<std::string> Words(int argc, const char* const* argv, const CLI::App& program) {
+    std::vector<std::string> words;
+    bool onlyNames = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        if (!onlyNames && word == "--") {
+            onlyNames = true;
+            continue;
+        }
+        bool isOther = word.size() > 1 && (word[0] == '-' || IsSubcommand(program, word));
+        words.push_back(onlyNames && isOther ? "./" + word : word);
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
 }
 
 ExitCode Run(const Commands& commands, const ProgramOptions& options) {
@@ -118,13 +146,15 @@ int RunCommandLine(int argc, const char* const* argv) {
     Add(&commands, program, MakeCheckCommand());
     Add(&commands, program, MakeMapCommand());
     try {
-        program.parse(argc, argv);
+        try {
+            program.parse(Words(argc, argv, program));
+        } catch (const CLI::ParseError& error) {
+            return static_cast<int>(ReportUsage(program, error));
+        }
         if (program.get_subcommands().size() != 1) {
             throw Failure(ExitCode::kUsage, "a subcommand is expected (see orvel-flv --help)");
         }
         return static_cast<int>(Run(commands, options));
-    } catch (const CLI::ParseError& error) {
-        return ReportUsage(program, error);
     } catch (const Failure& failure) {
         Complain(failure.what());
         return static_cast<int>(failure.code());
