@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "command/Options.h"
 #include "support/Failure.h"
 #include "support/TimeText.h"
 
@@ -17,6 +18,11 @@ std::string PathFor(const std::string& stem, const TrackFormat& format) {
     const char* extension = TraitsOf(format.codec).extension;
     if (extension != nullptr) return stem + extension;
     throw Failure(ExitCode::kDamaged, fmt::format("tracks of type {} cannot be written", format.mime));
+}
+
+std::string OtherThanInput(const std::string& path, const Input& input) {
+    RequireOtherFile(path, input.location());
+    return path;
 }
 
 // The last packet may be cut short; any other of another size is a difference.
@@ -51,10 +57,13 @@ bool TrackSpan::endsWellBefore(int64_t timeUs) const {
 
 ExtractedTrack::ExtractedTrack(const Input& input, size_t track, const std::string& stem,
                                AtomicFile::Existing existing, bool withTimestamps)
-    : mFormat(input.tracks()[track]), mTrack(track), mFile(PathFor(stem, mFormat), existing) {
+    : mFormat(input.tracks()[track]),
+      mTrack(track),
+      mFile(OtherThanInput(PathFor(stem, mFormat), input), existing) {
     mWriter = MakeSampleWriter(mFormat, MeasurePackets(input, track), mFile);
     if (!withTimestamps) return;
-    mTimestampsFile = std::make_unique<AtomicFile>(mFile.path() + ".timestamps.txt", existing);
+    mTimestampsFile =
+            std::make_unique<AtomicFile>(OtherThanInput(mFile.path() + ".timestamps.txt", input), existing);
     mTimestamps = std::make_unique<TimestampFile>(*mTimestampsFile);
 }
 

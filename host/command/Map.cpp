@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "command/Command.h"
+#include "command/Options.h"
 #include "inspect/MapPicture.h"
 #include "source/OpenSource.h"
 #include "support/Terminal.h"
@@ -38,6 +39,7 @@ CLI::App* MapCommand::addTo(CLI::App& program) {
 
 ExitCode MapCommand::run(const Plugin&) {
     bool toStandardOutput = mOutput == "-";
+    RequireOtherFile(mOutput, mLocation);
     std::unique_ptr<AtomicFile> file;
     auto existing = mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep;
     if (!toStandardOutput) file = std::make_unique<AtomicFile>(mOutput, existing);

@@ -2,11 +2,15 @@
 #include "command/Options.h"
 
 #include <ctype.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "source/OpenSource.h"
+#include "source/StandardInput.h"
+#include "support/Failure.h"
 #include "support/TimeText.h"
 #include "writer/WavWriter.h"
 
@@ -40,6 +44,15 @@ bool HasExtension(const std::string& name, const std::string& extension) {
            std::equal(extension.rbegin(), extension.rend(), name.rbegin(), [&](char e, char n) {
                return isSame(static_cast<unsigned char>(n), static_cast<unsigned char>(e));
            });
+}
+
+void RequireOtherFile(const std::string& output, const std::string& location) {
+    if (output == "-" || IsUrl(location)) return;
+    struct stat in, out;
+    int found = location == kStandardInput ? fstat(STDIN_FILENO, &in) : stat(location.c_str(), &in);
+    if (found != 0 || stat(output.c_str(), &out) != 0) return;
+    if (in.st_dev != out.st_dev || in.st_ino != out.st_ino) return;
+    throw Failure(ExitCode::kUsage, output + ": is the input itself");
 }
 
 uint16_t GuessPcmBits(const Input& input, size_t track) {

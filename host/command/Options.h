@@ -25,6 +25,10 @@ std::string StemOf(const std::string& location, const std::vector<std::string>& 
 // Whether a file's name ends in this extension, given with its dot and in lower case, in any letter case.
 bool HasExtension(const std::string& name, const std::string& extension);
 
+// Throws Failure (kUsage) when an output is the input's very file, also by another path or link: writing it
+// would take away what was asked to be read. Either may be "-", and URLs are no files.
+void RequireOtherFile(const std::string& output, const std::string& location);
+
 // Bits a sample of a PCM track, told from its first samples; 0 for other codecs.
 uint16_t GuessPcmBits(const Input& input, size_t track);
 

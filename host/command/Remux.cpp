@@ -66,6 +66,7 @@ CLI::App* RemuxCommand::addTo(CLI::App& program) {
 ExitCode RemuxCommand::run(const Plugin& plugin) {
     if (mFromUs && mToUs && *mToUs <= *mFromUs) throw Failure(ExitCode::kUsage, "--to: not after --from");
     const Container& container = chooseContainer();
+    RequireOtherFile(mOutput, mLocation);
     Input input(plugin, mLocation);
     RequireTaken(container, input.tracks(), input.name());
     Remuxer remuxer(input, LoadAvModule());

@@ -99,6 +99,8 @@ ExitCode ThumbnailCommand::run(const Plugin& plugin) {
 }
 
 ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& location) {
+    std::string path = mOutput.empty() ? StemOf(location, plugin.extensions()) + ".png" : mOutput;
+    RequireOtherFile(path, location);
     Input input(plugin, location);
     const TrackFormat& format = input.tracks()[0];
     if (format.kind != TrackKind::kVideo)
@@ -106,7 +108,6 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
     std::optional<PictureSize> box = mSize;
     if (mGrid && !box) box = PictureSize{std::max(16, kSheetWidth / mGrid->width), kLongestSide};
     KeyPictures pictures(input, 0, LoadAvModule(), box);
-    std::string path = mOutput.empty() ? StemOf(location, plugin.extensions()) + ".png" : mOutput;
     if (mGrid) {
         std::vector<KeyPicture> found = findMany(&pictures, input);
         save(path, MakeContactSheet(found, mGrid->width), fmt::format("{} key frames", found.size()));

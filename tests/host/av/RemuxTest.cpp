@@ -55,6 +55,7 @@ TEST_F(RemuxTest, RefusesByName) {
     const std::string cases[][3] = {
             {kSamples + "h263_mp3.flv a.mp4", "2", "MP4 cannot hold Sorenson H.263, the video track's codec"},
             {kIndexed + " there.mkv", "3", "there.mkv: File exists"},
+            {"--force - there.mkv <there.mkv", "2", "there.mkv: is the input itself"},
             {kIndexed + " out.mp4 --from 99", "1", "no samples"},
             {kIndexed + " - >/dev/full", "3", "standard output: No space left"}};
     for (const auto& [arguments, code, message] : cases) {
@@ -74,7 +75,7 @@ TEST_F(RemuxTest, PipesAndEndsQuietly) {
 
 TEST_F(RemuxTest, PartCountsFromItsEarliestSample) {
     ASSERT_EQ(0, run("remux --from 0:05.9 --to 8 " + kIndexed + " part.mp4").code);
-    EXPECT_EQ("0.077\n72\n",
+    EXPECT_EQ("0.077\n74\n",
               shell("echo '" + times("part.mp4", "v") + "' | sed '/./!d' | sed -n '1p;$='").out);
 }
 

@@ -36,6 +36,8 @@ TEST_F(ProbeTest, ExitCodesAndOneLineThatSaysWhy) {
             {"garbage.flv", 1, "garbage.flv: byte offset 33476: expected .*, found type 7"},
             {"missing.flv", 3, "missing.flv: No such file.*"},
             {"--plugin missing.so " + good, 3, ".*missing.so.*"},
+            {"https://me:secret@/a.flv?key=1", 3, "https:///a.flv: not a complete http or https URL"},
+            {"--help >/dev/full", 3, "standard output: No space.*"},
             {good + " >/dev/full", 3, "standard output: No space.*"},
             {"short.flv . " + good, 3, "short.flv: .*\n.*: \\.: Is a directory"}};
     for (const auto& [arguments, code, why] : cases) {

@@ -20,6 +20,24 @@ TEST_F(ProgramTest, FoldersStandForTheirFiles) {
     EXPECT_THAT(outcome.err, testing::MatchesRegex("[^\n]*a/y.flv: byte offset 0[^\n]*\n"));
 }
 
+TEST_F(ProgramTest, NamesOfEveryKindStandBehindTwoDashes) {
+    shell("for name in a -q -- check; do cp " + kSamples + "h263_mp3.flv ./$name; done");
+    Outcome outcome = run("probe a -- -q -- check");
+    EXPECT_EQ("", outcome.err);
+    EXPECT_THAT(outcome.out, testing::ContainsRegex("^a: F(.|\n)*/-q: F(.|\n)*/--: F(.|\n)*/check: F"));
+}
+
+TEST_F(ProgramTest, NothingReplacesItsOwnInput) {
+    shell("cp " + kSamples + "h263_mp3.flv a.flv; ln -s a.flv a.ivf; ln a.flv a.png");
+    for (std::string words :
+         {"extract --force a.flv", "map --force -o a.png a.flv", "thumbnail --force a.flv"}) {
+        Outcome outcome = run(words);
+        EXPECT_EQ(2, outcome.code) << words;
+        EXPECT_THAT(outcome.err, testing::MatchesRegex("[^\n]*a.(ivf|png): is the input itself\n"));
+    }
+    EXPECT_EQ(ReadProjectFile("samples/h263_mp3.flv"), read("a.flv"));
+}
+
 TEST_F(ProgramTest, ReadsAndWritesPipes) {
     const std::string file = kSamples + "h263_mp3.flv";
     run("extract --track audio " + file);
