@@ -11,9 +11,8 @@
 #include "command/Command.h"
 #include "command/ExtractedTrack.h"
 #include "command/Options.h"
-#include "command/RecoveringReader.h"
+#include "command/SpanReader.h"
 #include "source/FileSource.h"
-#include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -59,7 +58,6 @@ class ExtractCommand : public Command {
 
     ExitCode extract(const Plugin& plugin, const std::string& location);
     Tracks openTracks(const Input& input, const std::string& stem);
-    TrackReader openReader(const Plugin& plugin, const Input& input, size_t track) const;
     void copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const;
     bool warn(const Input& input, const ExtractedTrack& track) const;
     bool toStandardOutput() const { return mFolder == "-"; }
@@ -67,11 +65,9 @@ class ExtractCommand : public Command {
     std::vector<std::string> mLocations;
     std::string mFolder = ".";
     std::string mTrack;
-    std::optional<int64_t> mFromUs;
-    std::optional<int64_t> mToUs;
+    Span mSpan;
     bool mWithTimestamps = false;
     bool mForce = false;
-    bool mRecovers = false;
     std::set<std::string> mWritten;
 };
 
@@ -84,21 +80,15 @@ CLI::App* ExtractCommand::addTo(CLI::App& program) {
                     "output")
             ->type_name("DIR");
     app->add_option("--track", mTrack, "Only this track")->check(CLI::IsMember({"video", "audio"}));
-    AddTimeOption(app, "--from", &mFromUs,
-                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
-    AddTimeOption(app, "--to", &mToUs, "End a track before its first sample at or after this time");
+    AddSpanOptions(app, &mSpan);
     app->add_flag("--timestamps", mWithTimestamps,
                   "Also a timestamp file beside each (format v2, as mkvmerge takes it)");
     app->add_flag("--force", mForce, "Replace files that exist");
-    app->add_flag("--recover", mRecovers,
-                  "Go on behind damage that ends a track early, and say what is lost");
     return app;
 }
 
 ExitCode ExtractCommand::run(const Plugin& plugin) {
-    if (mFromUs && mToUs && *mToUs <= *mFromUs) {
-        throw Failure(ExitCode::kUsage, "--to: not after --from");
-    }
+    CheckSpan(mSpan);
     if (toStandardOutput() && (mTrack.empty() || mLocations.size() > 1 || mWithTimestamps)) {
         throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
     }
@@ -120,8 +110,8 @@ ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& locati
     bool isEmpty = std::all_of(tracks.begin(), tracks.end(),
                                [](const auto& track) { return track->span().count() == 0; });
     if (isEmpty) {
-        throw Failure(ExitCode::kDamaged,
-                      fmt::format("{}: no samples{}", input.name(), mFromUs || mToUs ? " in that span" : ""));
+        throw Failure(ExitCode::kDamaged, fmt::format("{}: no samples{}", input.name(),
+                                                      mSpan.fromUs || mSpan.toUs ? " in that span" : ""));
     }
     size_t cutShort = 0;
     for (const auto& track : tracks) {
@@ -162,31 +152,13 @@ ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std:
     return tracks;
 }
 
-TrackReader ExtractCommand::openReader(const Plugin& plugin, const Input& input, size_t track) const {
-    if (!mRecovers) return input.openTrack(track);
-    return OpenRecovering(plugin, input, track, [&input, track](const LostSpan& span) {
-        Complain(DescribeLoss(input, track, span));
-    });
-}
-
 void ExtractCommand::copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const {
-    std::vector<TrackReader> readers;
+    std::vector<size_t> indices;
     for (const auto& track : tracks)
-        readers.push_back(openReader(plugin, input, track->track()));
-    Interleaver samples(std::move(readers), mFromUs);
-    int64_t fromUs = mFromUs.value_or(0), toUs = std::min(mToUs.value_or(INT64_MAX), input.durationUs());
-    double bytesPerUs =
-            toUs > fromUs ? static_cast<double>(input.size()) / static_cast<double>(toUs - fromUs) : 0;
-    Progress progress(input.name(), bytesPerUs > 0 ? input.size() : 0);
-    while (auto turn = samples.next()) {
-        if (mToUs && turn->sample->timeUs >= *mToUs) {
-            samples.end(turn->track);
-        } else {
-            tracks[turn->track]->write(*turn->sample);
-        }
-        progress.update(
-                static_cast<int64_t>(static_cast<double>(turn->sample->timeUs - fromUs) * bytesPerUs));
-    }
+        indices.push_back(track->track());
+    SpanReader samples(plugin, input, indices, mSpan);
+    while (auto turn = samples.next())
+        tracks[turn->track]->write(*turn->sample);
 }
 
 // Result: whether the track is cut short.
@@ -194,10 +166,10 @@ bool ExtractCommand::warn(const Input& input, const ExtractedTrack& track) const
     const char* kind = input.tracks()[track.track()].kindName();
     std::string remark = track.remark();
     if (!remark.empty()) Complain(fmt::format("{}: {} track: {}", input.name(), kind, remark));
-    int64_t endUs = mToUs ? std::min(*mToUs, input.durationUs()) : input.durationUs();
+    int64_t endUs = mSpan.toUs ? std::min(*mSpan.toUs, input.durationUs()) : input.durationUs();
     if (track.span().count() == 0) {
         Complain(fmt::format("{}: the {} track has no samples{}", input.name(), kind,
-                             mFromUs || mToUs ? " in that span" : ""));
+                             mSpan.fromUs || mSpan.toUs ? " in that span" : ""));
         return true;
     }
     if (!track.span().endsWellBefore(endUs)) return false;

@@ -3,11 +3,12 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <numeric>
 
 #include "av/LoadAvModule.h"
 #include "command/Command.h"
 #include "command/Options.h"
-#include "command/RecoveringReader.h"
+#include "command/SpanReader.h"
 #include "remux/Container.h"
 #include "remux/Remuxer.h"
 #include "remux/Sinks.h"
@@ -35,7 +36,6 @@ class RemuxCommand : public Command {
 
   private:
     const Container& chooseContainer() const;
-    TrackReader openReader(const Plugin& plugin, const Input& input, size_t track) const;
     void copy(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer);
     void runInto(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer,
                  ByteSink& sink);
@@ -44,27 +44,21 @@ class RemuxCommand : public Command {
 
     std::string mLocation;
     std::string mOutput;
-    std::optional<int64_t> mFromUs;
-    std::optional<int64_t> mToUs;
+    Span mSpan;
     bool mForce = false;
-    bool mRecovers = false;
 };
 
 CLI::App* RemuxCommand::addTo(CLI::App& program) {
     CLI::App* app = program.add_subcommand("remux", kDescription);
     app->add_option("FILE", mLocation, "File or http(s) URL")->required();
     app->add_option("OUT", mOutput, "The file to write, or - for standard output")->required();
-    AddTimeOption(app, "--from", &mFromUs,
-                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
-    AddTimeOption(app, "--to", &mToUs, "End a track before its first sample at or after this time");
+    AddSpanOptions(app, &mSpan);
     app->add_flag("--force", mForce, "Replace a file that exists");
-    app->add_flag("--recover", mRecovers,
-                  "Go on behind damage that ends a track early, and say what is lost");
     return app;
 }
 
 ExitCode RemuxCommand::run(const Plugin& plugin) {
-    if (mFromUs && mToUs && *mToUs <= *mFromUs) throw Failure(ExitCode::kUsage, "--to: not after --from");
+    CheckSpan(mSpan);
     const Container& container = chooseContainer();
     RequireOtherFile(mOutput, mLocation);
     Input input(plugin, mLocation);
@@ -99,29 +93,13 @@ void RemuxCommand::copy(const Plugin& plugin, const Input& input, const Containe
     report(input, container, *remuxer, file.size());
 }
 
-TrackReader RemuxCommand::openReader(const Plugin& plugin, const Input& input, size_t track) const {
-    if (!mRecovers) return input.openTrack(track);
-    return OpenRecovering(plugin, input, track, [&input, track](const LostSpan& span) {
-        Complain(DescribeLoss(input, track, span));
-    });
-}
-
 void RemuxCommand::runInto(const Plugin& plugin, const Input& input, const Container& container,
                            Remuxer* remuxer, ByteSink& sink) {
-    std::vector<TrackReader> readers;
-    for (size_t i = 0; i < input.tracks().size(); ++i)
-        readers.push_back(openReader(plugin, input, i));
-    Interleaver samples(std::move(readers), mFromUs);
-    auto feed = [&]() {
-        auto turn = samples.next();
-        while (turn && mToUs && turn->sample->timeUs >= *mToUs) {
-            samples.end(turn->track);
-            turn = samples.next();
-        }
-        return turn;
-    };
+    std::vector<size_t> tracks(input.tracks().size());
+    std::iota(tracks.begin(), tracks.end(), size_t{0});
+    SpanReader samples(plugin, input, tracks, mSpan);
     try {
-        remuxer->run(feed, container.format, mFromUs.has_value(), sink);
+        remuxer->run([&]() { return samples.next(); }, container.format, mSpan.fromUs.has_value(), sink);
     } catch (const Failure& failure) {
         input.throwIfReadsFailed();
         throw Failure(failure.code(), fmt::format("{}: {}", input.name(), failure.what()));
@@ -145,7 +123,7 @@ void RemuxCommand::report(const Input& input, const Container& container, const 
 ExitCode RemuxCommand::warn(const Input& input, const Remuxer& remuxer) const {
     std::string remark = remuxer.remark();
     if (!remark.empty()) Complain(fmt::format("{}: {}", input.name(), remark));
-    int64_t endUs = mToUs ? std::min(*mToUs, input.durationUs()) : input.durationUs();
+    int64_t endUs = mSpan.toUs ? std::min(*mSpan.toUs, input.durationUs()) : input.durationUs();
     size_t cutShort = 0;
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         const TrackSpan& span = remuxer.span(i);

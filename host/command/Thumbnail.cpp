@@ -8,6 +8,7 @@
 #include "command/Command.h"
 #include "command/Options.h"
 #include "picture/ContactSheet.h"
+#include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 #include "writer/AtomicFile.h"
@@ -37,6 +38,28 @@ std::optional<PictureSize> ParsePair(const std::string& text, int most) {
         return std::nullopt;
     return pair;
 }
+
+// How far a picture or a sheet is. Seeks without an index take time, and take place in the plug-in, so it
+// looks at the clock at every read of the input.
+class PictureProgress {
+  public:
+    // share: what is done so far, from 0 to 1.
+    PictureProgress(const Input& input, std::function<double()> share)
+        : mSource(input.source()), mProgress(input.name(), input.size()) {
+        mSource.setObserver([this, share, size = static_cast<double>(input.size())] {
+            mProgress.update(static_cast<int64_t>(std::min(share(), 1.0) * size));
+        });
+    }
+    ~PictureProgress() { mSource.setObserver(nullptr); }
+    PictureProgress(const PictureProgress&) = delete;
+    PictureProgress& operator=(const PictureProgress&) = delete;
+
+    void finish() { mProgress.finish(); }
+
+  private:
+    CountingSource& mSource;
+    Progress mProgress;
+};
 
 class ThumbnailCommand : public Command {
   public:
@@ -121,7 +144,14 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
 KeyPicture ThumbnailCommand::findOne(KeyPictures* pictures, const Input& input,
                                      const TrackFormat& format) const {
     constexpr int64_t kBeforeAll = -1;
-    auto found = pictures->find(mAtUs.value_or(format.thumbnailTimeUs.value_or(0)), kBeforeAll);
+    int64_t timeUs = mAtUs.value_or(format.thumbnailTimeUs.value_or(0));
+    // At worst the plug-in reads on up to the place.
+    double most = static_cast<double>(input.size());
+    if (timeUs < input.durationUs())
+        most *= static_cast<double>(timeUs) / static_cast<double>(input.durationUs());
+    PictureProgress progress(
+            input, [&] { return static_cast<double>(input.source().count().bytes) / std::max(most, 1.0); });
+    auto found = pictures->find(timeUs, kBeforeAll);
     // The thumbnail time comes of the duration, which may lie.
     if (!found && !mAtUs) found = pictures->find(0, kBeforeAll);
     input.throwIfReadsFailed();
@@ -130,6 +160,7 @@ KeyPicture ThumbnailCommand::findOne(KeyPictures* pictures, const Input& input,
         throw Failure(ExitCode::kDamaged,
                       fmt::format("{}: no key frame{} that decodes", input.name(), where));
     }
+    progress.finish();
     if (found->isDoubtful) Complain(fmt::format("{}: the key frame is damaged in part", input.name()));
     return *std::move(found);
 }
@@ -138,14 +169,16 @@ KeyPicture ThumbnailCommand::findOne(KeyPictures* pictures, const Input& input,
 // frame is taken, and where there is none, there is one picture less.
 std::vector<KeyPicture> ThumbnailCommand::findMany(KeyPictures* pictures, const Input& input) const {
     std::vector<KeyPicture> found;
-    int cells = mGrid->width * mGrid->height;
-    for (int i = 0; i < cells; ++i) {
+    int i = 0, cells = mGrid->width * mGrid->height;
+    PictureProgress progress(input, [&] { return static_cast<double>(i) / cells; });
+    for (; i < cells; ++i) {
         auto picture =
                 pictures->find(input.durationUs() / cells * i, found.empty() ? -1 : found.back().timeUs);
         if (picture) found.push_back(*std::move(picture));
     }
     input.throwIfReadsFailed();
     if (found.empty()) throw Failure(ExitCode::kDamaged, input.name() + ": no key frame that decodes");
+    progress.finish();
     return found;
 }
 

@@ -349,6 +349,7 @@ Inspection InspectLocation(const std::string& location) {
     Progress progress(name, size);
     Inspection report = Inspect(*source, size, [&](int64_t done) { progress.update(done); });
     if (source->hasFailed()) throw Failure(ExitCode::kInputOutput, LastReadError(opened, name));
+    progress.finish();
     return report;
 }
 

@@ -17,6 +17,7 @@ ssize_t CountingSource::readAt(off64_t offset, void* data, size_t size) {
     ++mCount.calls;
     if (n > 0) mCount.bytes += n;
     if (n < 0 && offset >= 0) mHasFailed = true;
+    if (mObserver) mObserver();
     return n;
 }
 

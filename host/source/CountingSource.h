@@ -3,7 +3,8 @@
 
 #include <media/stagefright/DataSource.h>
 
-#include <atomic>
+#include <functional>
+#include <utility>
 
 namespace orvel {
 
@@ -32,6 +33,9 @@ class CountingSource : public android::DataSource {
     // read as the end of the stream, so nobody else can tell.
     bool hasFailed() const { return mHasFailed; }
 
+    // Called after every read, for progress while the plug-in is at work; empty: nothing is.
+    void setObserver(std::function<void()> observer) { mObserver = std::move(observer); }
+
     // Offset of the first read after markReads(); -1 when there was none.
     void markReads() { mFirstOffset = -1; }
     off64_t firstOffset() const { return mFirstOffset; }
@@ -44,6 +48,7 @@ class CountingSource : public android::DataSource {
     ReadCount mCount;
     bool mHasFailed = false;
     off64_t mFirstOffset = -1;
+    std::function<void()> mObserver;
 };
 
 }  // namespace orvel

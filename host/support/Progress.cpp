@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPeriod{500};
 // Reading the clock costs as much as a small tag does.
-constexpr unsigned kCallsPerLook = 16;
+constexpr unsigned kCallsPerLook = 4;
 // A line that wraps cannot be taken back.
 constexpr size_t kLongestName = 40;
 
@@ -38,21 +38,29 @@ Progress::~Progress() {
 }
 
 void Progress::update(int64_t done) {
-    if (gMode == ProgressMode::kNone || mTotal <= 0 || mCalls++ % kCallsPerLook != 0) return;
+    if (gMode == ProgressMode::kNone || mTotal <= 0) return;
+    mDone = std::clamp(done, mDone, mTotal);
+    if (mCalls++ % kCallsPerLook != 0) return;
     Clock::time_point now = Clock::now();
     if (now < mNext) return;
     mNext = now + kPeriod;
-    tell(std::chrono::duration<double>(now - mStart).count(), std::clamp<int64_t>(done, 0, mTotal));
+    mHasTold = true;
+    tell(now);
 }
 
-void Progress::tell(double seconds, int64_t done) const {
-    double share = static_cast<double>(done) / static_cast<double>(mTotal);
-    double rate = static_cast<double>(done) / seconds;
-    double left = rate > 0 ? static_cast<double>(mTotal - done) / rate : 0;
+void Progress::finish() {
+    mDone = mTotal;
+    if (mHasTold) tell(Clock::now());
+}
+
+void Progress::tell(Clock::time_point now) const {
+    double share = static_cast<double>(mDone) / static_cast<double>(mTotal);
+    double rate = static_cast<double>(mDone) / std::chrono::duration<double>(now - mStart).count();
+    double left = rate > 0 ? static_cast<double>(mTotal - mDone) / rate : 0;
     if (gMode == ProgressMode::kJson) {
         nlohmann::ordered_json line = {{"file", mName},
                                        {"percent", static_cast<int>(share * 100)},
-                                       {"bytes", done},
+                                       {"bytes", mDone},
                                        {"total", mTotal},
                                        {"bytes_per_second", static_cast<int64_t>(rate)},
                                        {"seconds_left", static_cast<int64_t>(left + 0.5)}};

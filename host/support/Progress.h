@@ -17,7 +17,8 @@ enum class ProgressMode {
 void SetProgressMode(ProgressMode mode);
 
 // How far the work on one input is, told on standard error once it has taken half a second, and twice a
-// second from then on: per cent, rate, time left. One at a time; its line is gone when it is destroyed.
+// second from then on: per cent, rate, time left; it never goes back. One at a time; its line on a terminal
+// is gone when it is destroyed.
 class Progress {
   public:
     // total: what update() counts up to, in bytes of the input. 0 when unknown, and nothing is told.
@@ -28,15 +29,20 @@ class Progress {
 
     void update(int64_t done);
 
+    // The work is done. A program that was told of it before is told that, too: 100 per cent.
+    void finish();
+
   private:
     using Clock = std::chrono::steady_clock;
-    void tell(double seconds, int64_t done) const;
+    void tell(Clock::time_point now) const;
 
     const std::string mName;
     const int64_t mTotal;
     const Clock::time_point mStart = Clock::now();
     Clock::time_point mNext;
+    int64_t mDone = 0;
     unsigned mCalls = 0;
+    bool mHasTold = false;
 };
 
 }  // namespace orvel

@@ -51,8 +51,9 @@ std::string EscapeControls(std::string_view text) {
     return out;
 }
 
+// The status line is in the way only where both go to the same screen.
 void WriteOut(std::string_view text) {
-    ClearStatus();
+    if (gStatusLength > 0 && isatty(STDOUT_FILENO) != 0) ClearStatus();
     CheckOut(fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 

@@ -58,8 +58,15 @@ TEST_F(ExtractTest, ExistingFilesAreKeptUnlessForced) {
 
 TEST_F(ExtractTest, SpanBeginsWhereASeekLands) {
     Outcome span = run("extract --from 0:05.9 --to 0:00:08 -o a/b " + kSamples + "avc_aac_index.flv");
-    EXPECT_THAT(span.out, HasSubstr("a/b/avc_aac_index.h264: video AVC, 72 samples, 5.080 s to 7.920 s"));
+    EXPECT_THAT(span.out, HasSubstr("a/b/avc_aac_index.h264: video AVC, 74 samples, 5.080 s to 8.040 s"));
     EXPECT_EQ("", span.err);
+    // Pictures are reordered there: every one before the end is kept, and the one that two of them refer to.
+    run("extract --timestamps -o whole " + kSamples + "avc_aac_index.flv");
+    run("extract --timestamps --to 7.98 -o part " + kSamples + "avc_aac_index.flv");
+    const std::string before =
+            "cat */*.h264.timestamps.txt | awk '$1 < 7980' | sort | uniq -c | awk '$1 != 2'";
+    EXPECT_EQ("", shell(before).out);
+    EXPECT_EQ("8040\n", shell("awk '$1 >= 7980' part/*.h264.timestamps.txt").out);
     EXPECT_EQ(1, run("extract --from 99 -o none " + kSamples + "avc_aac_index.flv").code);
     EXPECT_EQ("", shell("ls -A none").out);
 }

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command/SpanReader.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "command/Options.h"
+#include "command/RecoveringReader.h"
+#include "support/Failure.h"
+#include "support/Terminal.h"
+
+namespace orvel {
+namespace {
+
+// H.264 (max_num_reorder_frames) and H.265 (sps_max_num_reorder_pics) let no more pictures come before one
+// that is shown before them.
+constexpr size_t kDeepestReordering = 16;
+constexpr size_t kMostHeldBytes = 16 << 20;
+
+std::vector<TrackReader> OpenReaders(const Plugin& plugin, const Input& input,
+                                     const std::vector<size_t>& tracks, bool recovers) {
+    std::vector<TrackReader> readers;
+    for (size_t track : tracks) {
+        auto complain = [&input, track](const LostSpan& lost) { Complain(DescribeLoss(input, track, lost)); };
+        readers.push_back(recovers ? OpenRecovering(plugin, input, track, complain) : input.openTrack(track));
+    }
+    return readers;
+}
+
+}  // namespace
+
+void AddSpanOptions(CLI::App* app, Span* span) {
+    AddTimeOption(app, "--from", &span->fromUs,
+                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
+    AddTimeOption(app, "--to", &span->toUs, "End each track with its last sample before this time");
+    app->add_flag("--recover", span->recovers,
+                  "Go on behind damage that ends a track early, and say what is lost");
+}
+
+void CheckSpan(const Span& span) {
+    if (span.fromUs && span.toUs && *span.toUs <= *span.fromUs) {
+        throw Failure(ExitCode::kUsage, "--to: not after --from");
+    }
+}
+
+SpanReader::SpanReader(const Plugin& plugin, const Input& input, const std::vector<size_t>& tracks,
+                       const Span& span)
+    : mInput(input),
+      mSpan(span),
+      mSamples(OpenReaders(plugin, input, tracks, span.recovers), span.fromUs),
+      mProgress(input.name(), total()) {
+    for (size_t track : tracks) {
+        Codec codec = input.tracks()[track].codec;
+        mOverhangs.push_back({codec == Codec::kAvc || codec == Codec::kHevc, 0, 0, {}});
+    }
+}
+
+std::optional<Interleaver::Turn> SpanReader::next() {
+    if (mDeliversReady) mReady.pop_front();
+    mDeliversReady = false;
+    while (mReady.empty()) {
+        auto turn = mSamples.next();
+        if (!turn) {
+            if (!mInput.source().hasFailed()) mProgress.finish();
+            return std::nullopt;
+        }
+        mProgress.update(position(turn->sample->timeUs));
+        std::deque<HeldSample>& held = mOverhangs[turn->track].samples;
+        if (mSpan.toUs && turn->sample->timeUs >= *mSpan.toUs) {
+            holdBack(*turn);
+        } else if (held.empty()) {
+            return turn;
+        } else {
+            held.push_back(copy(*turn));
+            mReady.swap(held);
+        }
+    }
+    mDeliversReady = true;
+    const HeldSample& first = mReady.front();
+    mDelivered = {first.timeUs, first.isSync, first.bytes};
+    return Interleaver::Turn{first.track, &mDelivered};
+}
+
+SpanReader::HeldSample SpanReader::copy(const Interleaver::Turn& turn) {
+    const AccessUnit& sample = *turn.sample;
+    return {turn.track, sample.timeUs, sample.isSync,
+            std::vector<uint8_t>(sample.bytes.data, sample.bytes.data + sample.bytes.size)};
+}
+
+void SpanReader::holdBack(const Interleaver::Turn& turn) {
+    Overhang& overhang = mOverhangs[turn.track];
+    overhang.bytes += turn.sample->bytes.size;
+    bool mayBeWanted = overhang.reorders && ++overhang.count <= kDeepestReordering;
+    if (mayBeWanted && overhang.bytes <= kMostHeldBytes) {
+        overhang.samples.push_back(copy(turn));
+    } else {
+        mSamples.end(turn.track);
+        overhang.samples.clear();
+    }
+}
+
+// The bytes that samples up to a time are about. Where the duration is unknown, those read are.
+int64_t SpanReader::position(int64_t timeUs) const {
+    if (mInput.durationUs() <= 0) return mInput.source().count().bytes;
+    double share =
+            static_cast<double>(timeUs - mSpan.fromUs.value_or(0)) / static_cast<double>(mInput.durationUs());
+    return static_cast<int64_t>(share * static_cast<double>(mInput.size()));
+}
+
+int64_t SpanReader::total() const {
+    int64_t endUs = std::min(mSpan.toUs.value_or(INT64_MAX), mInput.durationUs());
+    return mInput.durationUs() <= 0 ? mInput.size() : std::max<int64_t>(position(endUs), 0);
+}
+
+}  // namespace orvel
