@@ -14,7 +14,7 @@ _orvel_flv() {
     local options=$common
     case $command in
         "") [[ $current == -* ]] || options="probe extract remux thumbnail check map" ;;
-        probe) options+=" --json --packets --seek" ;;
+        probe) options+=" --json --packets --io --seek" ;;
         extract) options+=" --output --track --from --to --timestamps --force --recover" ;;
         remux) options+=" --from --to --force --recover" ;;
         thumbnail) options+=" --output --at --size --grid --force" ;;

@@ -7,6 +7,7 @@
 #include "command/IoProbe.h"
 #include "command/Options.h"
 #include "command/SeekProbe.h"
+#include "command/SpanReader.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -81,7 +82,7 @@ class ProbeCommand : public Command {
 
   private:
     void probe(const Plugin& plugin, const Input& input);
-    void forEachSample(const Input& input, std::vector<TrackFindings>* findings,
+    void forEachSample(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings,
                        const std::function<void(size_t, const AccessUnit&)>& show);
     void showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
     void showJson(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
@@ -137,14 +138,15 @@ void ProbeCommand::probe(const Plugin& plugin, const Input& input) {
     }
 }
 
-void ProbeCommand::forEachSample(const Input& input, std::vector<TrackFindings>* findings,
+void ProbeCommand::forEachSample(const Plugin& plugin, const Input& input,
+                                 std::vector<TrackFindings>* findings,
                                  const std::function<void(size_t, const AccessUnit&)>& show) {
-    std::vector<TrackReader> readers;
+    std::vector<size_t> tracks;
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         (*findings)[i].packets = 0;
-        readers.push_back(input.openTrack(i));
+        tracks.push_back(i);
     }
-    Interleaver samples(std::move(readers), std::nullopt);
+    SpanReader samples(plugin, input, tracks, Span());
     while (auto turn = samples.next()) {
         ++*(*findings)[turn->track].packets;
         show(turn->track, *turn->sample);
@@ -157,7 +159,7 @@ void ProbeCommand::showText(const Plugin& plugin, const Input& input, std::vecto
         WriteOut(DescribeTrack(input, i, (*findings)[i]) + "\n");
     }
     if (mWithPackets) {
-        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
+        forEachSample(plugin, input, findings, [&](size_t track, const AccessUnit& sample) {
             WriteOut(SampleLine(input.tracks()[track], sample));
         });
     }
@@ -177,7 +179,7 @@ void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vecto
     WriteOut("{");
     if (mWithPackets) {
         const char* separator = "\"packets\":[";
-        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
+        forEachSample(plugin, input, findings, [&](size_t track, const AccessUnit& sample) {
             WriteOut(separator + Dump(SampleJson(input.tracks()[track], track, sample)));
             separator = ",";
         });

@@ -31,7 +31,8 @@ class ProgressTest : public HostTest {
 };
 
 TEST_F(ProgressTest, JsonLinesRiseToTheEnd) {
-    std::vector<std::string> cases = {"extract " + url, "check " + url, "map -o a.svg " + url};
+    std::vector<std::string> cases = {"probe --packets " + url, "extract " + url, "check " + url,
+                                      "map -o a.svg " + url};
     if (std::filesystem::exists(ORVEL_BINARY_DIR "/bin/liborvel_flv_av.so")) {
         cases.insert(cases.end(), {"remux " + url + " a.mkv", "thumbnail --grid 4x4 -o a.png " + url});
     }
