@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
 #include "HostFixture.h"
 
 namespace orvel {
@@ -49,6 +53,32 @@ TEST_F(ProgramTest, ReadsAndWritesPipes) {
                            "$0 $0 $0 $0 $0 $0 $0 $0 $0" + " | head -1; echo ${PIPESTATUS[0]}' $f");
     EXPECT_THAT(closed.out, HasSubstr("\n141\n"));
     EXPECT_EQ("", closed.err);
+}
+
+TEST_F(ProgramTest, GnuParallelSpreadsFiles) {
+    if (shell("command -v parallel").code != 0)
+        GTEST_SKIP() << "GNU parallel (Debian package parallel) is missing";
+    shell("mkdir many; for i in $(seq 30); do cp " + kSamples +
+          "h263_mp3.flv many/$i.flv; done; echo no > many/7.flv");
+    const std::string find = "find many -name '*.flv' | HOME=$PWD parallel --will-cite -j 3 ";
+    Outcome checked = shell(find + "-n 4 " + program + "check --json");
+    EXPECT_EQ(1, checked.code);  // the number of jobs that failed
+    EXPECT_EQ("", checked.err);
+    std::istringstream lines(checked.out);
+    std::set<std::string> names;
+    for (std::string line; std::getline(lines, line);) {
+        auto json = nlohmann::json::parse(line);
+        names.insert(json["filename"]);
+        EXPECT_EQ(json["filename"] == "many/7.flv", json["counts"].contains("not-flv"));
+    }
+    EXPECT_EQ(30u, names.size());
+    // The local machine as one of several.
+    shell("rm many/7.flv; echo 2/: > machines");
+    EXPECT_EQ(
+            0,
+            shell(find + "--sshloginfile machines " + program + "extract --track audio -o out/{/.} {}").code);
+    EXPECT_EQ("29 1\n",
+              shell("md5sum out/*/*.mp3 | awk '{++all; sums[$1]} END {print all, length(sums)}'").out);
 }
 
 TEST_F(ProgramTest, InterruptedWorkLeavesNoFile) {
