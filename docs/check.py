@@ -5,7 +5,8 @@
 Every line that begins with "$ " in a block marked "console" is run by bash, one after the other, in one new folder
 that holds the files of samples/ and tests/data/. The lines up to the next one are what it must print, on standard
 output and standard error. With --update they are written into the document instead. Programs named behind "console"
-are needed for the block, which stays as it is where one is missing.
+are needed for the block, which stays as it is where one is missing. SVG pictures of docs/ that the commands make must
+be as they are there, too.
 """
 import difflib
 import os
@@ -53,10 +54,16 @@ def main():
         for file in [*ROOT.glob("samples/*.flv"), *ROOT.glob("tests/data/*.flv")]:
             shutil.copy(file, folder)
         true = what_is_true(written, folder, environment)
+        pictures = {path.name: path.read_text() for path in pathlib.Path(folder).glob("*.svg")}
     if update:
         DOCUMENT.write_text("\n".join(true) + "\n")
+        for name, text in pictures.items():
+            (DOCUMENT.parent / name).write_text(text)
         return 0
     difference = list(difflib.unified_diff(written, true, "docs/commands.md", "what is printed", lineterm=""))
+    for name, text in pictures.items():
+        if (DOCUMENT.parent / name).read_text() != text:
+            difference.append(f"docs/{name} is another picture")
     print("\n".join(difference))
     return 1 if difference else 0
 
