@@ -9,6 +9,7 @@
 
 #include "format/AudioConfiguration.h"
 #include "format/ParameterSets.h"
+#include "support/Terminal.h"
 #include "support/TimeText.h"
 
 namespace orvel {
@@ -167,7 +168,7 @@ double Seconds(int64_t timeUs) {
 }
 
 std::string Dump(const Json& document) {
-    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return EscapeJson(document.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace orvel

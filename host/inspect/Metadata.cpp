@@ -28,6 +28,13 @@ enum Marker : uint8_t {
 constexpr int kDeepest = 32;
 constexpr char kName[] = "onMetaData";
 
+// Of a member's name in a message; a file may have one of 65535.
+constexpr size_t kMostNameBytes = 64;
+
+std::string Short(const std::string& name) {
+    return name.size() <= kMostNameBytes ? name : name.substr(0, kMostNameBytes) + "...";
+}
+
 class Parser {
   public:
     Parser(ByteSpan data, Metadata* metadata) : mData(data), mMetadata(metadata) {}
@@ -128,7 +135,8 @@ bool Parser::parseValue(const std::string& name, int depth) {
         case kString:
             return text(2, &ignored);
         case kLongString:
-            fail(at, fmt::format("the value of \"{}\" is a long string, at which the plug-in stops", name));
+            fail(at, fmt::format("the value of \"{}\" is a long string, at which the plug-in stops",
+                                 Short(name)));
             return text(4, &ignored);
         case kEcmaArray:
             return skip(4) && parseMembers(depth);
@@ -139,14 +147,16 @@ bool Parser::parseValue(const std::string& name, int depth) {
         case kDate:
             return skip(10);
         case kReference:
-            fail(at, fmt::format("the value of \"{}\" is a reference, at which the plug-in stops", name));
+            fail(at,
+                 fmt::format("the value of \"{}\" is a reference, at which the plug-in stops", Short(name)));
             return skip(2);
         case kNull:
         case kUndefined:
         case kUnsupported:
             return true;
         default:
-            return fail(at, fmt::format("the value of \"{}\" has the unknown marker {}", name, marker));
+            return fail(at,
+                        fmt::format("the value of \"{}\" has the unknown marker {}", Short(name), marker));
     }
 }
 

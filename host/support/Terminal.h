@@ -8,9 +8,14 @@
 
 namespace orvel {
 
-// The text with its control characters (C0, DEL and, as UTF-8, C1) written as \xNN, so that a file's name
-// cannot move the cursor, recolour the screen or make a second line of a message.
+// The text with the bytes of its control characters (C0, DEL, C1, line separators, and the marks that change
+// the direction of writing) and those that are not UTF-8 written as \xNN, so that a file's name or metadata
+// cannot move the cursor, recolour the screen, make a second line of a message or show itself as another.
 std::string EscapeControls(std::string_view text);
+
+// A JSON document with those of the same characters that JSON lets stand in a string written as \uNNNN. The
+// document stays what it was.
+std::string EscapeJson(std::string_view json);
 
 // Standard output, for data only. A write that fails throws Failure (kInputOutput), except that a closed pipe
 // ends the program at once and quietly, as a filter's reader going away always does.
