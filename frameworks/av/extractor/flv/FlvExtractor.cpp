@@ -45,10 +45,16 @@ sp<IMediaSource> FlvExtractor::getTrack(size_t index) {
 
 sp<MetaData> FlvExtractor::getTrackMetaData(size_t index, uint32_t flags) {
     if (index >= mTracks.size()) return nullptr;
+    Mutex::Autolock autoLock(mFormatLock);
     if ((flags & kIncludeExtensiveMetaData) && !mFoundThumbnails) {
         findThumbnails();
         mFoundThumbnails = true;
     }
+    return mTracks[index].mMeta;
+}
+
+sp<MetaData> FlvExtractor::format(size_t index) {
+    Mutex::Autolock autoLock(mFormatLock);
     return mTracks[index].mMeta;
 }
 
@@ -106,8 +112,10 @@ sp<MetaData> FlvExtractor::makeAudioFormat() {
     return format;
 }
 
+// A format that has been handed out is read by its holders without any lock, so the time goes into a copy
+// that takes its place. The lock is one of its own: readers hold the other across reads of the source.
 void FlvExtractor::findThumbnails() {
-    for (const TrackInfo& track : mTracks) {
+    for (TrackInfo& track : mTracks) {
         const char* mime;
         if (!track.mMeta->findCString(kKeyMIMEType, &mime)) {
             __android_log_assert("info->mMeta->findCString(kKeyMIMEType, &mime)", LOG_TAG, "%s",
@@ -116,7 +124,9 @@ void FlvExtractor::findThumbnails() {
         }
         if (strncasecmp(mime, kVideoPrefix, sizeof(kVideoPrefix) - 1) != 0) continue;
         const uint32_t thumbnailMs = mFlv->mDuration / kThumbnailDivisor;
-        track.mMeta->setInt64(kKeyThumbnailTime, thumbnailMs * kMicrosecondsPerMillisecond);
+        const sp<MetaData> format = new MetaData(*track.mMeta);
+        format->setInt64(kKeyThumbnailTime, thumbnailMs * kMicrosecondsPerMillisecond);
+        track.mMeta = format;
         return;
     }
 }

@@ -19,8 +19,9 @@ namespace android {
 // One opened FLV source: a table of at most two tracks, video first, with a complete format each.
 //
 // Owns the one container reader of its source and the mutex under which all track sources share that reader.
-// The table never changes after construction, so the extractor's own operations take no lock. A source that
-// is not FLV makes an extractor without tracks.
+// The table's rows never change after construction but for the format of the video track, which is replaced
+// once; see getTrackMetaData. All operations may be called from any thread. A source that is not FLV makes an
+// extractor without tracks.
 class FlvExtractor : public MediaExtractor {
   public:
     // Reads the head of the source (not null), and its end when the metadata gives no duration.
@@ -32,8 +33,9 @@ class FlvExtractor : public MediaExtractor {
     // keep the extractor alive.
     sp<IMediaSource> getTrack(size_t index) override;
 
-    // The track's format, or null for an index out of range. The object is shared, not copied. The first call
-    // with kIncludeExtensiveMetaData adds kKeyThumbnailTime to the video track's format.
+    // The track's format, or null for an index out of range. The object is shared, not copied, and never
+    // changes. The first call with kIncludeExtensiveMetaData replaces the video track's format, here and for
+    // the sources, by one that has kKeyThumbnailTime as well.
     sp<MetaData> getTrackMetaData(size_t index, uint32_t flags) override;
 
     // A new object that holds only the container's MIME type.
@@ -56,11 +58,13 @@ class FlvExtractor : public MediaExtractor {
     sp<MetaData> makeVideoFormat();
     sp<MetaData> makeAudioFormat();
     void findThumbnails();
+    sp<MetaData> format(size_t index);
 
     Mutex mLock;
-    Vector<TrackInfo> mTracks;
-    FlvReader::CFlv* mFlv;  // owned, never null before destruction
-    bool mFoundThumbnails;
+    Vector<TrackInfo> mTracks;  // mMeta under mFormatLock
+    FlvReader::CFlv* mFlv;      // owned, never null before destruction
+    bool mFoundThumbnails;      // under mFormatLock
+    Mutex mFormatLock;          // innermost, and never held across a read of the source
 };
 
 // The four functions that the framework's loader finds by their mangled names. They keep no state and may be

@@ -43,13 +43,14 @@ FlvSource::FlvSource(const sp<FlvExtractor>& extractor, size_t trackIndex, Mutex
       mKeyFrameTimes(reader().mKeyFrameTimes),
       mPreprocess(nullptr) {
     ALOGD("mKeyFramePositions=%zu, mKeyFrameTimes=%zu", mKeyFramePositions.size(), mKeyFrameTimes.size());
+    const sp<MetaData> format = mExtractor->format(mTrackIndex);
     int32_t width;
     const char* mime = "";
-    if (!track().mMeta->findInt32(kKeyWidth, &width)) {
+    if (!format->findInt32(kKeyWidth, &width)) {
         mPreprocess = H264DataPreprocess_IEC;
         return;
     }
-    track().mMeta->findCString(kKeyMIMEType, &mime);
+    format->findCString(kKeyMIMEType, &mime);
     ALOGE("video source create...mime = %s", mime);
     if (strcasecmp(mime, ORVEL_MEDIA_MIMETYPE_VIDEO_AVC) != 0) mPreprocess = H264DataPreprocess_IEC;
 }
@@ -84,7 +85,7 @@ status_t FlvSource::stop() {
 
 sp<MetaData> FlvSource::getFormat() {
     Mutex::Autolock autoLock(mLock);
-    return track().mMeta;
+    return mExtractor->format(mTrackIndex);
 }
 
 void FlvSource::reset() {
