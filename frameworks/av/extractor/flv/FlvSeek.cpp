@@ -144,7 +144,9 @@ struct FlvSource::BackOff {
     uint32_t step;  // bytes to go back before the next pass
     // Whether a suitable sample counts although the stream ends before a later one.
     bool endSuffices;
-    // Slot up to which the next pass has to look: behind it no suitable sample was found by the last one.
+    // Slots of the tag at which the last pass landed and of its first sample; behind these it found nothing
+    // suitable. A pass that comes to either looks no farther, or each would go through what follows again.
+    int64_t landed;
     int64_t barrenFrom;
 };
 
@@ -160,8 +162,7 @@ void FlvSource::seekSlowly(int64_t targetMs, int64_t estimate) {
         if (!synchronise(&slot) || plainScan(targetMs)) return;
     }
     const uint32_t step = caching ? kCachingBackOffBytes : kLocalBackOffBytes;
-    backOffScan({targetMs, isAudio() ? step : 2 * step, plain, std::numeric_limits<int64_t>::max()},
-                estimate);
+    backOffScan({targetMs, isAudio() ? step : 2 * step, plain, kNoSlot, kNoSlot}, estimate);
 }
 
 // Moves to the first tag at or after the estimate; the end of the stream when there is none.
@@ -199,7 +200,6 @@ bool FlvSource::plainScan(int64_t targetMs) {
 // when even that lands behind the target, the track's first sample is the answer.
 void FlvSource::backOffScan(BackOff backOff, int64_t estimate) {
     const int64_t dataOffset = reader().mDataOffset;
-    int64_t landed = std::numeric_limits<int64_t>::max();
     for (bool last = false; !last;) {
         // A step that has wrapped to 0 has been everywhere that 32 bits reach.
         last = backOff.step == 0 || estimate <= dataOffset + backOff.step;
@@ -207,9 +207,9 @@ void FlvSource::backOffScan(BackOff backOff, int64_t estimate) {
         backOff.step = static_cast<uint32_t>(uint64_t{backOff.step} * 2);
         if (!synchronise(&estimate)) return;
         // A pass that lands where the one before did would scan the same tags to the same end.
-        if (estimate >= landed) continue;
-        landed = estimate;
+        if (estimate >= backOff.landed) continue;
         if (scanPass(&backOff) == Pass::kDone) return;
+        backOff.landed = estimate;
         last = last || estimate == dataOffset;
     }
     reset();
@@ -220,12 +220,13 @@ void FlvSource::backOffScan(BackOff backOff, int64_t estimate) {
 // it. The first sample only tells whether the pass began early enough. Ends at the end of the stream when
 // that comes before a sample later than the target.
 FlvSource::Pass FlvSource::scanPass(BackOff* backOff) {
-    if (!advance(false)) return Pass::kDone;
+    if (!advanceForward(backOff->landed)) return mReachedEOS ? Pass::kDone : Pass::kTooLate;
     if (backOff->targetMs < mTag.mTimestamp) return Pass::kTooLate;
     const int64_t probe = currentSlot();
+    const int64_t barrenFrom = backOff->barrenFrom;
     int64_t remembered = -1;
-    while (advance(false)) {
-        if (remembered < 0 && currentSlot() > backOff->barrenFrom) return Pass::kTooLate;
+    while ((remembered >= 0 || currentSlot() < barrenFrom) && advance(false)) {
+        if (remembered < 0 && currentSlot() > barrenFrom) break;
         if (!isAudio() && !mIsSyncFrame) continue;
         if (mTag.mTimestamp > backOff->targetMs) break;
         remembered = currentSlot();

@@ -155,16 +155,21 @@ int64_t FlvSource::bytesLeftInTag() const {
 }
 
 bool FlvSource::advance(bool backward) {
-    return backward ? stepBack() != Step::kEnd : advanceForward();
+    return backward ? stepBack() != Step::kEnd : advanceForward(kNoSlot);
 }
 
-bool FlvSource::advanceForward() {
-    while (readTagAt(mCurrentPos) && mTag.mDataSize != 0) {
+bool FlvSource::advanceForward(int64_t stop) {
+    while (mCurrentPos != stop) {
+        if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) return endStream();
         mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;
         const Unit unit = examineTag();
         if (unit == Unit::kSample) return true;
-        if (unit == Unit::kUnreadable) break;
+        if (unit == Unit::kUnreadable) return endStream();
     }
+    return false;
+}
+
+bool FlvSource::endStream() {
     mReachedEOS = true;
     return false;
 }
@@ -179,7 +184,7 @@ FlvSource::Step FlvSource::stepBack() {
         if (!fresh) mCurrentPos = end - FlvReader::kPreviousTagSizeBytes - mTag.mPreviousTagSize;
         if (mCurrentPos < track().mStartPos) {
             reset();
-            return advanceForward() ? Step::kAtStart : Step::kEnd;
+            return advanceForward(kNoSlot) ? Step::kAtStart : Step::kEnd;
         }
         if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) break;
         mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;

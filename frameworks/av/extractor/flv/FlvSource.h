@@ -82,7 +82,9 @@ class FlvSource : public MediaSource {
     Unit examineVideoTag();
     Unit examineVideoPayload(const FlvReader::VideoTag& header);
     Unit recordSample(bool isSync);
-    bool advanceForward();
+    static constexpr int64_t kNoSlot = INT64_MAX;
+    bool advanceForward(int64_t stop);  // false at the end of the stream or, without ending it, at that slot
+    bool endStream();
     Step stepBack();
     status_t deliver(MediaBuffer** buffer);
     void preprocess(MediaBuffer* buffer);
