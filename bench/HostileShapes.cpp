@@ -143,13 +143,13 @@ Bytes TinyScriptTags(size_t size) {
     return file.finish();
 }
 
-// Each jumps to the farthest place that a name can reach, where it fails.
+// Each jumps beyond what is cached, with a name that does not end within the tag, and fails there.
 Bytes JumpingScriptTags(size_t size) {
     Writer file(size);
     while (file.left() > 60) {
         file.metadata(19);
         file.integer(3, 1);
-        file.integer(0xFFFF, 2);
+        file.integer(0x3FFF, 2);
         file.fill(3, 0);
     }
     return file.finish();
@@ -236,14 +236,16 @@ Bytes BackwardIndex(size_t size) {
     return file.finish();
 }
 
-// Sound until the tracks are known; then each tag's PreviousTagSize leads to itself or far ahead.
+// Sound until the tracks are known; then every other PreviousTagSize leads into the tag in front, to the
+// field itself or over many tags, where the bytes look like a tag as well.
 Bytes LoopingChain(size_t size) {
+    constexpr uint32_t kLies[] = {0, 7, 33990};
     Writer file(size);
     file.keyFrame(0);
     for (uint32_t time = 0; file.left() > 0; ++time) {
         file.interFrame(time);
         file.audio(time);
-        if (time > 4) file.previousSize(time % 2 == 0 ? 0xFFFFFFFC : 0xFFFF0000);
+        if (time > 4) file.previousSize(kLies[time % 3]);
     }
     return file.finish();
 }

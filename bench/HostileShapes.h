@@ -61,12 +61,12 @@ struct Cost {
     double seconds = 0;
 };
 
-// What a player does with a file, from many places where that is a choice.
+// What a player does with a file. Of what can begin at many places or times, the most that one of them costs.
 struct Deed {
     const char* name;
     Cost (*cost)(const std::vector<uint8_t>& file);
-    // What is proportionate for a file of any shape. To go through a file once from each place costs a read
-    // for every 4096 bytes; a candidate for resynchronisation may cost one more.
+    // What is proportionate for a file of any shape. To go through a file once costs a read for every 4096
+    // bytes; a candidate for resynchronisation may cost one more, of 15 bytes.
     double readsPerByte;
     double bytesPerByte;
 };

@@ -33,6 +33,8 @@ class MemorySource : public android::DataSource {
     size_t failAt = 0;
     size_t failures = std::numeric_limits<size_t>::max();
     ssize_t failure = android::ERROR_IO;
+    // When not 0, those calls deliver, but with these bits of every byte turned over.
+    uint8_t change = 0;
     // What getSize tells, when it is not the truth.
     int64_t reportedSize = kTruth;
     android::status_t sizeStatus = android::OK;
@@ -53,13 +55,16 @@ class MemorySource : public android::DataSource {
     ssize_t readAt(off64_t offset, void* data, size_t size) override {
         calls.push_back({offset, size});
         const bool fails = failAt != 0 && calls.size() >= failAt && calls.size() - failAt < failures;
-        if (fails && failure < 1) return failure;
+        const bool changes = fails && change != 0;
+        if (fails && !changes && failure < 1) return failure;
         if (offset < 0) return android::ERROR_IO;
         const auto position = static_cast<size_t>(offset);
         if (position >= mBytes.size()) return 0;
-        const size_t count =
-                std::min({size, fails ? static_cast<size_t>(failure) : chunk, mBytes.size() - position});
-        memcpy(data, mBytes.data() + position, count);
+        const size_t most = fails && !changes ? static_cast<size_t>(failure) : chunk;
+        const size_t count = std::min({size, most, mBytes.size() - position});
+        const uint8_t bits = changes ? change : 0;
+        std::transform(&mBytes[position], &mBytes[position] + count, static_cast<uint8_t*>(data),
+                       [bits](uint8_t byte) { return static_cast<uint8_t>(byte ^ bits); });
         return static_cast<ssize_t>(count);
     }
 
