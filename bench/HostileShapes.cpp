@@ -330,6 +330,25 @@ Bytes WovenChains(size_t size) {
     return file.finish();
 }
 
+// Each tag holds another that ends with it. A pass of a seek lands on one of the inner ones, and the next
+// pass comes past it on the outer ones. Sizes that do not fit leave only times to confirm a tag by.
+Bytes HiddenTags(size_t size) {
+    Writer file(size);
+    WriteDuration(&file);
+    file.keyFrame(0);
+    file.previousSize(5);
+    for (uint32_t time = 0; file.left() > 200; ++time) {
+        file.head(kAudio, 113, time);
+        file.integer(kMp3, 1);
+        file.fill(40, 0x55);
+        file.head(kAudio, 57, time);
+        file.integer(kMp3, 1);
+        file.fill(56, 0x55);
+    }
+    file.keyFrame(0x7FFFFFFF);
+    return file.finish();
+}
+
 }  // namespace
 
 const std::vector<HostileShape>& HostileShapes() {
@@ -361,6 +380,7 @@ const std::vector<HostileShape>& HostileShapes() {
             {"falling times", FallingTimes},
             {"tracks apart", ApartTracks},
             {"woven chains", WovenChains},
+            {"hidden tags", HiddenTags},
     };
     return shapes;
 }

@@ -25,6 +25,7 @@ const std::map<std::pair<std::string, std::string>, double> kMostReads = {
         {{"index backwards", "seek"}, 1.2},
         {{"late video", "seek, caching"}, 2.2},      // the passes do not each go to the end
         {{"late key frame", "seek, caching"}, 1.8},  // nor to the next key frame
+        {{"hidden tags", "seek, caching"}, 2.2},
         {{"looping chain", "seek"}, 4},
 };
 

@@ -140,14 +140,28 @@ int64_t FlvSource::estimatePosition(int64_t targetMs) const {
 
 // What the passes of one seek share.
 struct FlvSource::BackOff {
+    static constexpr int64_t kNoSlot = std::numeric_limits<int64_t>::max();
+    static constexpr size_t kMarks = 64;
+
     int64_t targetMs;
     uint32_t step;  // bytes to go back before the next pass
     // Whether a suitable sample counts although the stream ends before a later one.
     bool endSuffices;
+    int64_t markBytes;  // of the file for each mark
     // Slots of the tag at which the last pass landed and of its first sample; behind these it found nothing
-    // suitable. A pass that comes to either looks no farther, or each would go through what follows again.
-    int64_t landed;
-    int64_t barrenFrom;
+    // suitable.
+    int64_t landed = kNoSlot;
+    int64_t barrenFrom = kNoSlot;
+    // In each part of the file, a slot over which a pass came to its first sample. A pass that comes over it
+    // without a sample has the same one in front of it.
+    int64_t marks[kMarks] = {};
+    size_t part = kMarks;  // in which the current pass is; none at its beginning
+
+    BackOff(int64_t target, uint32_t firstStep, bool endIsEnough, int64_t fileSize)
+        : targetMs(target),
+          step(firstStep),
+          endSuffices(endIsEnough),
+          markBytes(fileSize / static_cast<int64_t>(kMarks) + 1) {}
 };
 
 // The plain scan walks backward by PreviousTagSize fields, so it needs a file on which they agree and a
@@ -162,7 +176,8 @@ void FlvSource::seekSlowly(int64_t targetMs, int64_t estimate) {
         if (!synchronise(&slot) || plainScan(targetMs)) return;
     }
     const uint32_t step = caching ? kCachingBackOffBytes : kLocalBackOffBytes;
-    backOffScan({targetMs, isAudio() ? step : 2 * step, plain, kNoSlot, kNoSlot}, estimate);
+    BackOff backOff(targetMs, isAudio() ? step : 2 * step, plain, reader().mFile->mFileSize);
+    backOffScan(&backOff, estimate);
 }
 
 // Moves to the first tag at or after the estimate; the end of the stream when there is none.
@@ -198,29 +213,41 @@ bool FlvSource::plainScan(int64_t targetMs) {
 
 // Passes that start ever farther in front of the estimate. The last one starts at the first tag of the file:
 // when even that lands behind the target, the track's first sample is the answer.
-void FlvSource::backOffScan(BackOff backOff, int64_t estimate) {
+void FlvSource::backOffScan(BackOff* backOff, int64_t estimate) {
     const int64_t dataOffset = reader().mDataOffset;
     for (bool last = false; !last;) {
         // A step that has wrapped to 0 has been everywhere that 32 bits reach.
-        last = backOff.step == 0 || estimate <= dataOffset + backOff.step;
-        estimate = last ? dataOffset : estimate - backOff.step;
-        backOff.step = static_cast<uint32_t>(uint64_t{backOff.step} * 2);
+        last = backOff->step == 0 || estimate <= dataOffset + backOff->step;
+        estimate = last ? dataOffset : estimate - backOff->step;
+        backOff->step = static_cast<uint32_t>(uint64_t{backOff->step} * 2);
         if (!synchronise(&estimate)) return;
         // A pass that lands where the one before did would scan the same tags to the same end.
-        if (estimate >= backOff.landed) continue;
-        if (scanPass(&backOff) == Pass::kDone) return;
-        backOff.landed = estimate;
+        if (estimate >= backOff->landed) continue;
+        if (scanPass(backOff) == Pass::kDone) return;
+        backOff->landed = estimate;
         last = last || estimate == dataOffset;
     }
     reset();
     advance(false);
 }
 
+// Passes that begin at different tags often go on over the same ones; were each to look for its first sample
+// to the end, a file with few samples in it would be gone through as often as there are passes.
+bool FlvSource::joinsEarlierPass(BackOff* backOff) const {
+    const auto part = static_cast<size_t>(mCurrentPos / backOff->markBytes);
+    if (part == backOff->part || part >= BackOff::kMarks) return false;
+    backOff->part = part;
+    if (backOff->marks[part] == mCurrentPos) return true;
+    backOff->marks[part] = mCurrentPos;
+    return false;
+}
+
 // Scans forward from a resynchronised tag for the last suitable sample at or before the target and records
 // it. The first sample only tells whether the pass began early enough. Ends at the end of the stream when
 // that comes before a sample later than the target.
 FlvSource::Pass FlvSource::scanPass(BackOff* backOff) {
-    if (!advanceForward(backOff->landed)) return mReachedEOS ? Pass::kDone : Pass::kTooLate;
+    backOff->part = BackOff::kMarks;
+    if (!advanceForward(backOff)) return mReachedEOS ? Pass::kDone : Pass::kTooLate;
     if (backOff->targetMs < mTag.mTimestamp) return Pass::kTooLate;
     const int64_t probe = currentSlot();
     const int64_t barrenFrom = backOff->barrenFrom;

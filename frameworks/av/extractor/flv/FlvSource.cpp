@@ -155,11 +155,11 @@ int64_t FlvSource::bytesLeftInTag() const {
 }
 
 bool FlvSource::advance(bool backward) {
-    return backward ? stepBack() != Step::kEnd : advanceForward(kNoSlot);
+    return backward ? stepBack() != Step::kEnd : advanceForward(nullptr);
 }
 
-bool FlvSource::advanceForward(int64_t stop) {
-    while (mCurrentPos != stop) {
+bool FlvSource::advanceForward(BackOff* backOff) {
+    while (backOff == nullptr || !joinsEarlierPass(backOff)) {
         if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) return endStream();
         mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;
         const Unit unit = examineTag();
@@ -184,7 +184,7 @@ FlvSource::Step FlvSource::stepBack() {
         if (!fresh) mCurrentPos = end - FlvReader::kPreviousTagSizeBytes - mTag.mPreviousTagSize;
         if (mCurrentPos < track().mStartPos) {
             reset();
-            return advanceForward(kNoSlot) ? Step::kAtStart : Step::kEnd;
+            return advanceForward(nullptr) ? Step::kAtStart : Step::kEnd;
         }
         if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) break;
         mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;

@@ -82,8 +82,10 @@ class FlvSource : public MediaSource {
     Unit examineVideoTag();
     Unit examineVideoPayload(const FlvReader::VideoTag& header);
     Unit recordSample(bool isSync);
-    static constexpr int64_t kNoSlot = INT64_MAX;
-    bool advanceForward(int64_t stop);  // false at the end of the stream or, without ending it, at that slot
+    struct BackOff;
+
+    // False at the end of the stream or, without ending it, where an earlier pass of a seek went on.
+    bool advanceForward(BackOff* backOff);
     bool endStream();
     Step stepBack();
     status_t deliver(MediaBuffer** buffer);
@@ -91,7 +93,6 @@ class FlvSource : public MediaSource {
 
     // Seeking: FlvSeek.cpp.
     enum class Pass { kDone, kTooLate };
-    struct BackOff;
 
     bool seekByIndex(int64_t position);
     bool recordIndexedVideoTag();
@@ -100,8 +101,9 @@ class FlvSource : public MediaSource {
     bool synchronise(int64_t* estimate);
     bool plainScan(int64_t targetMs);
     bool isEarlyEnough(int64_t targetMs) const;
-    void backOffScan(BackOff backOff, int64_t estimate);
+    void backOffScan(BackOff* backOff, int64_t estimate);
     Pass scanPass(BackOff* backOff);
+    bool joinsEarlierPass(BackOff* backOff) const;
 
     sp<FlvExtractor> mExtractor;
     size_t mTrackIndex;
