@@ -75,6 +75,7 @@ MediaBuffer* Read(Track* track, const IMediaSource::ReadOptions* options) {
     MediaBuffer* buffer = nullptr;
     if (track->source->read(&buffer, options) != OK) {
         track->timeUs = std::numeric_limits<int64_t>::max();
+        track->isSync = false;
         return nullptr;
     }
     int32_t isSync = 0;
@@ -156,11 +157,10 @@ int PrintReads(const char* path) {
     std::vector<Track> tracks = session.start();
     const Tally tally = ReadAll(&tracks, false);
     const ReadCount played = source->count();
-    printf(R"({{"open_calls": %lld, "open_bytes": %lld, "play_calls": %lld, "play_bytes": %lld, %s}})"
-           "\n",
-           static_cast<long long>(opened.calls), static_cast<long long>(opened.bytes),
-           static_cast<long long>(played.calls - opened.calls),
-           static_cast<long long>(played.bytes - opened.bytes), tally.json().c_str());
+    const std::string line = fmt::format(
+            R"({{"open_calls": {}, "open_bytes": {}, "play_calls": {}, "play_bytes": {}, {}}})", opened.calls,
+            opened.bytes, played.calls - opened.calls, played.bytes - opened.bytes, tally.json());
+    puts(line.c_str());
     return 0;
 }
 

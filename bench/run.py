@@ -1,0 +1,218 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What script/bench runs: each contender in turns, every figure from one line of JSON that its program prints."""
+import argparse
+import glob
+import json
+import os
+import re
+import statistics
+import subprocess
+import sys
+
+import report
+from inputs import Inputs
+
+BIN = os.path.abspath("build/release/bin")
+DATA = os.path.abspath("build/bench-data")
+OURS, AV, FASTEST, PROBING = "ours", "libavformat", "libavformat, fastest", "libavformat, stream probing"
+GST, WALK, PLAIN = "GStreamer", "walk and copy", "plain read"
+COMMANDS = {
+    OURS: ["demux_orvel"],
+    AV: ["demux_libavformat"],
+    FASTEST: ["demux_libavformat", "--fastest"],
+    PROBING: ["demux_libavformat", "--probe"],
+    GST: ["demux_gstreamer"],
+    WALK: ["demux_limit"],
+    PLAIN: ["demux_limit", "--plain"],
+}
+KINDS = ("large", "small", "audio")
+SIZES = {"large": 500, "small": 200, "audio": 100}
+GROWTH = (10, 100, 1000)
+SMOKE = 3
+MEGABYTES_NEEDED = 6000
+LANDING_MS = 3100  # key frames are 2 s apart, and the plug-in looks whole seconds up; an audio frame more
+
+
+def output(command):
+    run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    if run.returncode != 0:
+        sys.exit(f"script/bench: {' '.join(command)}: {run.stderr.strip()}")
+    return run.stdout
+
+
+def demux(contender, *arguments):
+    program, *options = COMMANDS[contender]
+    return json.loads(output([os.path.join(BIN, program), *options, *map(str, arguments)]))
+
+
+def process(*command):
+    return json.loads(output([os.path.join(BIN, "process_cost"), *command]))
+
+
+def play(contender, path):
+    run = demux(contender, "play", path)
+    samples = run["audio"]["samples"] + run["video"]["samples"] if "audio" in run else 0
+    return {"read": run["read"], "whole": run["open"] + run["read"], "samples": samples}
+
+
+def open_file(contender, path, count):
+    if contender == PLAIN:
+        return {"open": demux(contender, "play", path)["read"]}
+    return {"open": statistics.median(demux(contender, "open", path, count)["seconds"])}
+
+
+def seek(contender, path, count):
+    run = demux(contender, "seek", path, count)
+    return {"median": statistics.median(run["seconds"]), "worst": max(run["seconds"]),
+            "both, median": statistics.median(run["both"]), "both, worst": max(run["both"])}
+
+
+class Bench:
+    """Figures by work, contender and round. A smoke run takes small inputs and few repetitions."""
+
+    def __init__(self, rounds, smoke):
+        self.rounds, self.smoke = rounds, smoke
+        self.inputs = Inputs(DATA)
+        self.figures = {}
+
+    def path(self, kind, megabytes=None, indexed=True):
+        return self.inputs.path(kind, SMOKE if self.smoke else megabytes or SIZES[kind], indexed)
+
+    def few(self, count):
+        return 5 if self.smoke else count
+
+    def alternate(self, work, contenders, measure, *arguments):
+        """In turns, so that what else the machine does hits all alike."""
+        print(work, file=sys.stderr)
+        of_work = self.figures.setdefault(work, {name: [] for name in contenders})
+        for _ in range(self.rounds):
+            for name in contenders:
+                of_work[name].append(measure(name, *arguments))
+
+    def measure_all(self):
+        for kind in KINDS:
+            for indexed in (True, False):
+                path, suffix = self.path(kind, indexed=indexed), "index" if indexed else "no index"
+                self.alternate(f"play {kind}, {suffix}", (OURS, AV, FASTEST, GST, WALK, PLAIN), play, path)
+                limit = (PLAIN,) if kind == "audio" else ()
+                count = self.few(3 if kind == "audio" else 50)
+                self.alternate(f"open {kind}, {suffix}", (OURS, AV, PROBING, *limit), open_file, path, count)
+                self.alternate(f"seek {kind}, {suffix}", (OURS, AV), seek, path, self.few(1000))
+        for kind in ("large", "small"):
+            for size in GROWTH:
+                path = self.path(kind, size)
+                self.alternate(f"grown play {kind}, {size}", (OURS, AV), play, path)
+                self.alternate(f"grown open {kind}, {size}", (OURS, AV), open_file, path, self.few(50))
+                self.alternate(f"grown seek {kind}, {size}", (OURS, AV), seek, path, self.few(1000))
+        self.measure_processes()
+
+    def measure_processes(self):
+        program, out = os.path.join(BIN, "orvel-flv"), os.path.join(DATA, "extracted")
+        for size in (50, 500):
+            path = self.path("large", size)
+            self.alternate(f"extract {size} MB", (OURS,), lambda _: process(program, "extract", "--force", "-o", out, path))
+            subprocess.run(["rm", "-r", out], check=True)
+        sample = min(glob.glob("samples/*.flv"), key=os.path.getsize)
+        probes = {OURS: [program, "probe"], "ffprobe": ["ffprobe"], "mediainfo": ["mediainfo"]}
+
+        def probe(name):
+            seconds = [process(*probes[name], sample)["seconds"] for _ in range(self.few(11))]
+            return {"seconds": statistics.median(seconds)}
+
+        self.alternate("probe", tuple(probes), probe)
+
+    def instructions(self):
+        """A sample's, as the difference of two lengths, without those of opening; and of opening, a tag's."""
+        for kind in KINDS:
+            for name in (OURS, AV, FASTEST):
+                print(f"instructions, {kind}, {name}", file=sys.stderr)
+                cuts = [self.callgrind(name, self.inputs.path(kind, size, False)) for size in (2, 6)]
+                (shorter, longer) = cuts
+                samples = longer["samples"] - shorter["samples"]
+                opening = longer["open"] - shorter["open"]
+                playing = longer["play"] - shorter["play"] - opening
+                self.figures.setdefault(f"instructions {kind}", {})[name] = [
+                    {"sample": playing / samples, "opening": opening / samples}]
+            reads = demux(OURS, "reads", self.path(kind))
+            self.figures[f"reads {kind}"] = {OURS: [reads]}
+
+    def callgrind(self, name, path):
+        run = play(name, path)
+        program, *options = COMMANDS[name]
+        tool = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", os.path.join(BIN, program), *options]
+        for what, arguments in (("open", ["1"]), ("play", [])):
+            log = subprocess.run([*tool, what, path, *arguments], capture_output=True, text=True, check=True).stderr
+            run[what] = int(re.search(r"Collected : (\d+)", log)[1])
+        return run
+
+
+class Checks:
+    """Whether all sides deliver the same samples: a time is worth nothing otherwise."""
+
+    def __init__(self):
+        self.passed = self.failed = 0
+
+    def expect(self, what, holds, *details):
+        self.passed += bool(holds)
+        self.failed += not holds
+        if not holds:
+            print(f"FAILED: {what}:", *details)
+
+    def deliveries(self, path):
+        file = os.path.basename(path)
+        ours = demux(OURS, "check", path)
+        self.expect(f"{file}: samples of every kind", ours["audio"]["samples"] > 0 and
+                    (ours["video"]["samples"] > 0) != ("audio-" in file), ours)
+        for peer in (AV, FASTEST, GST, WALK):
+            theirs = demux(peer, "check", path)
+            members = ("samples", "bytes", "contents", *(("times",) if peer in (AV, FASTEST) else ()))
+            for track in ("audio", "video"):
+                mine, other = ([run[track][m] for m in members] for run in (ours, theirs))
+                self.expect(f"{file}: {track} as {peer} has it", mine == other, mine, other)
+        whole = demux(PLAIN, "play", path)["bytes"]
+        self.expect(f"{file}: plain read", whole == os.path.getsize(path), whole)
+
+    def seeks(self, path, count):
+        for name in (OURS, AV):
+            run = demux(name, "seek", path, count)
+            good = run["sync"] == count and run["farthest_ms"] <= LANDING_MS
+            self.expect(f"{os.path.basename(path)}: {name} lands on key frames near the targets", good,
+                        run["sync"], run["farthest_ms"])
+
+    def all(self, bench):
+        for kind in KINDS:
+            for indexed in (True, False):
+                path = bench.path(kind, indexed=indexed)
+                self.deliveries(path)
+                self.seeks(path, 50)
+        print(f"{self.passed} passed, {self.failed} failed")
+        return self.failed == 0
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="script/bench")
+    parser.add_argument("--rounds", type=int, default=7)
+    parser.add_argument("--smoke", action="store_true")
+    parser.add_argument("--instructions", action="store_true")
+    parser.add_argument("--write-docs", action="store_true")
+    options = parser.parse_args()
+
+    bench = Bench(1 if options.smoke else options.rounds, options.smoke)
+    if not options.smoke:
+        bench.inputs.reserve(MEGABYTES_NEEDED)
+    if not options.instructions or options.smoke:
+        is_good = Checks().all(bench)
+        if options.smoke or not is_good:
+            sys.exit(0 if is_good else 1)
+        bench.measure_all()
+    if options.instructions or options.write_docs:
+        bench.instructions()
+    with open(os.path.join(DATA, "results.json"), "w") as file:
+        json.dump(bench.figures, file, indent=1)
+    sections = report.sections(bench.figures, options.rounds)
+    print("\n".join(f"### {title}\n\n{text}" for title, text in sections.items()))
+    if options.write_docs:
+        report.write_docs(bench.figures, sections, "docs")
+
+
+main()
