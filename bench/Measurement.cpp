@@ -5,10 +5,10 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <chrono>
 
 namespace orvel {
 
@@ -53,12 +53,17 @@ std::string Tally::json() const {
 }
 
 double Now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    static const char* const wanted = getenv("ORVEL_BENCH_CLOCK");
+    static const clockid_t clock =
+            wanted != nullptr && strcmp(wanted, "cpu") == 0 ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC;
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 int64_t SeekTargets::next() {
     mState = mState * 6364136223846793005u + 1442695040888963407u;
-    return static_cast<int64_t>((mState >> 33) % static_cast<uint64_t>(std::max<int64_t>(mDurationUs, 1)));
+    return static_cast<int64_t>((mState >> 20) % mRangeUs);
 }
 
 void Landings::add(double took, int64_t targetUs, int64_t landedUs, bool isSync) {

@@ -48,17 +48,20 @@ class Tally {
     std::vector<uint8_t> mByteStream;
 };
 
-// Seconds of a monotonic clock.
+// Seconds of a monotonic clock, or, with ORVEL_BENCH_CLOCK=cpu in the environment, of the processor time that
+// this process has had: the same where nothing else runs, and all that can be told where something does.
 double Now();
 
-// One random seek target for each call, in microseconds below the duration; the same series in every process.
+// One random seek target for each call, in microseconds; the same series in every process. None is in the
+// last second, where one track may have ended already.
 class SeekTargets {
   public:
-    explicit SeekTargets(int64_t durationUs) : mDurationUs(durationUs) {}
+    explicit SeekTargets(int64_t durationUs)
+        : mRangeUs(durationUs > 2000000 ? static_cast<uint64_t>(durationUs) - 1000000 : 1) {}
     int64_t next();
 
   private:
-    const int64_t mDurationUs;
+    const uint64_t mRangeUs;
     uint64_t mState = 1;
 };
 

@@ -18,6 +18,10 @@ double Seconds() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+double Seconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+}
+
 void Become(char** command) {
     const int nowhere = open("/dev/null", O_WRONLY);
     dup2(nowhere, STDOUT_FILENO);
@@ -38,6 +42,7 @@ int main(int argc, char** argv) {
     if (child < 0 || wait4(child, &status, 0, &usage) < 0) return perror("process_cost"), 1;
     const double end = Seconds();
     if (status != 0) return fprintf(stderr, "%s failed with status %d\n", argv[1], status), 1;
-    printf("{\"seconds\": %.6f, \"resident\": %ld}\n", end - begin, usage.ru_maxrss);
+    printf("{\"seconds\": %.6f, \"processor\": %.6f, \"resident\": %ld}\n", end - begin,
+           Seconds(usage.ru_utime) + Seconds(usage.ru_stime), usage.ru_maxrss);
     return 0;
 }

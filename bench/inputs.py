@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The files to measure with: ten seconds encoded by ffmpeg and stream-copied in a loop to the size wanted."""
+import mmap
 import os
 import shutil
 import struct
@@ -19,6 +20,7 @@ SEEDS = {
               "-maxrate", "130k", "-bufsize", "16k", *AAC],
     "audio": ["-f", "lavfi", "-i", NOISE, *AAC],
 }
+AUDIO, VIDEO = 8, 9  # tag types
 AUDIO_INDEX_SECONDS = 2  # as far apart as the key frames of the other inputs
 
 
@@ -43,11 +45,10 @@ class Inputs:
         return path
 
     def _make(self, kind, megabytes, indexed, path):
-        flags = ["-flvflags", "add_keyframe_index"] if indexed and kind != "audio" else []
+        if indexed:
+            return add_index(self.path(kind, megabytes, False), path)
         subprocess.run([*FFMPEG, "-stream_loop", "-1", "-i", self._seed(kind), "-c", "copy", "-fs",
-                        str(megabytes * MIB), *flags, "-f", "flv", path], check=True)
-        if indexed and kind == "audio":
-            add_audio_index(path)
+                        str(megabytes * MIB), "-f", "flv", path], check=True)
 
     def _seed(self, kind):
         seed = os.path.join(self.folder, f"seed-{kind}.flv")
@@ -73,17 +74,27 @@ def numbers(values):
     return b"\x0a" + struct.pack(">I", len(values)) + b"".join(b"\x00" + struct.pack(">d", v) for v in values)
 
 
-def add_audio_index(path):
-    """ffmpeg's muxer lists key frames of video only. Gives the metadata of an audio file the same object."""
-    with open(path, "rb") as file:
-        data = file.read()
+def index_entries(data, at):
+    """Offset and milliseconds of the key frames, or, where there is no video, of an audio sample every so often."""
+    video, audio = [], []
+    for offset, kind, _, time in tags(data, at):
+        if data[offset + 12] != 1:
+            continue  # a configuration
+        if kind == VIDEO and data[offset + 11] >> 4 == 1:
+            video.append((offset, time))
+        elif kind == AUDIO and (not audio or time >= audio[-1][1] + AUDIO_INDEX_SECONDS * 1000):
+            audio.append((offset, time))
+    return video or audio
+
+
+def add_index(source, path):
+    """Gives the metadata the object keyframes. ffmpeg's muxer could for video, but takes its times for the loop's."""
+    with open(source, "rb") as file:
+        data = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
     at, _, size, _ = next(tags(data, 13))
-    body = data[at + 11:at + 11 + size]
-    entries = []
-    for offset, kind, _, time in tags(data, at + 15 + size):
-        is_sample = kind == 8 and data[offset + 12] == 1
-        if is_sample and (not entries or time >= entries[-1][1] + AUDIO_INDEX_SECONDS * 1000):
-            entries.append((offset, time))
+    rest = at + 15 + size
+    body = data[at + 11:rest - 4]
+    entries = index_entries(data, rest)
     end = b"\x00\x00\x09"
     assert body.startswith(b"\x02" + name("onMetaData") + b"\x08") and body.endswith(end)
 
@@ -91,9 +102,9 @@ def add_audio_index(path):
         return (name("keyframes") + b"\x03" + name("filepositions") + numbers([o + shift for o, _ in entries]) +
                 name("times") + numbers([t / 1000 for _, t in entries]) + end)
 
-    body = body[:-3] + index(len(index(0))) + end
-    count = struct.unpack(">I", body[14:18])[0]
-    body = body[:14] + struct.pack(">I", count + 1) + body[18:]
+    count = struct.unpack(">I", body[14:18])[0] + 1
+    body = body[:14] + struct.pack(">I", count) + body[18:-3] + index(len(index(0))) + end
     with open(path, "wb") as file:
         file.write(data[:at + 1] + len(body).to_bytes(3, "big") + data[at + 4:at + 11] + body)
-        file.write((len(body) + 11).to_bytes(4, "big") + data[at + 15 + size:])
+        file.write((len(body) + 11).to_bytes(4, "big"))
+        file.write(memoryview(data)[rest:])
