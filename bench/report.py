@@ -157,7 +157,7 @@ def instructions(figures):
     for kind in KINDS:
         work = f"instructions {kind}"
         for name in figures.contenders(work):
-            rows.append([KINDS[kind], name, *[f"{figures.values(work, name, m)[0]:.0f}" for m in ("sample", "opening")]])
+            rows.append([KINDS[kind], name, *[round(figures.values(work, name, m)[0]) for m in ("sample", "opening")]])
     text = table(["input", "", "instructions a sample", "of opening, a further sample"], rows)
     rows = []
     for kind in KINDS:
