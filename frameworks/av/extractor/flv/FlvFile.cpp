@@ -102,6 +102,15 @@ void FlvFile::ByteSeek(long position) {
 
 unsigned int FlvFile::BitRead(int count) {
     unsigned int value = 0;
+    // Whole bytes that lie in the cache, the usual case, need not go through their bits.
+    const auto size = static_cast<size_t>(count / 8);
+    const uint8_t* bytes = mBitsLeft == 0 && count % 8 == 0 && count > 0 ? NextCached(size) : nullptr;
+    if (bytes != nullptr) {
+        for (size_t i = 0; i < size; ++i)
+            value = value << 8 | bytes[i];
+        Consume(size);
+        return value;
+    }
     while (count > 0) {
         if (mBitsLeft == 0) ReadForBit();
         const int take = std::min(mBitsLeft, count);
@@ -123,28 +132,35 @@ void FlvFile::ReadForBit() {
     mBitsLeft = 8;
 }
 
-bool FlvFile::ReadBytewise(uint8_t* destination, size_t size) {
-    for (size_t i = 0; i < size; ++i) {
-        ReadForBit();
-        destination[i] = mBitByte;
-        if (!Delivered()) {
-            memset(destination + i, mBitByte, size - i);
-            mBitsLeft = 0;
+// As if byte by byte: the cache is refilled at the first byte that it does not hold.
+bool FlvFile::ReadInPieces(uint8_t* destination, size_t size) {
+    mBitsLeft = 0;
+    while (size > 0) {
+        size_t run;
+        const uint8_t* bytes = CachedRun(&run);
+        if (bytes == nullptr && Delivered() && Refill()) bytes = CachedRun(&run);
+        if (bytes == nullptr) {
+            memset(destination, mBitByte, size);
             return false;
         }
+        run = std::min(run, size);
+        memcpy(destination, bytes, run);
+        Consume(run);
+        destination += run;
+        size -= run;
     }
-    mBitsLeft = 0;
     return true;
 }
 
-bool FlvFile::ReadTagUnitHeader(uint8_t (&header)[kTagUnitHeaderBytes]) {
-    const uint8_t* bytes = NextCached(sizeof(header));
-    if (bytes == nullptr) return ReadBytewise(header, sizeof(header));
-    memcpy(header, bytes, sizeof(header));
-    mBitsLeft = 0;
-    mBitByte = header[sizeof(header) - 1];
-    mOffset += kTagUnitHeaderBytes;
-    return true;
+const uint8_t* FlvFile::ReadTagUnitHeader(uint8_t (&pieces)[kTagUnitHeaderBytes], bool* arrived) {
+    const uint8_t* header = NextCached(sizeof(pieces));
+    if (header == nullptr) {
+        *arrived = ReadInPieces(pieces, sizeof(pieces));
+        return pieces;
+    }
+    *arrived = true;
+    Consume(sizeof(pieces));
+    return header;
 }
 
 bool FlvFile::PeekTagUnitHeader(int64_t offset, uint8_t (&header)[kTagUnitHeaderBytes]) {
@@ -163,6 +179,19 @@ bool FlvFile::PeekTagUnitHeader(int64_t offset, uint8_t (&header)[kTagUnitHeader
     return true;
 }
 
+const uint8_t* FlvFile::CachedRun(size_t* size) const {
+    const uint8_t* bytes = Delivered() ? Cached(mOffset, 1) : nullptr;
+    *size = bytes == nullptr ? 0 : static_cast<size_t>(mBuffer + mBufferLength - bytes);
+    return bytes;
+}
+
+void FlvFile::Consume(size_t size) {
+    if (size == 0) return;
+    mOffset += static_cast<int64_t>(size);
+    mBitsLeft = 0;
+    mBitByte = mBuffer[mOffset - mBufferOffset - 1];
+}
+
 bool FlvFile::ReadBigEndian(int bytes, uint32_t* value) {
     const int64_t start = mOffset;
     const auto size = static_cast<size_t>(bytes);
@@ -170,9 +199,17 @@ bool FlvFile::ReadBigEndian(int bytes, uint32_t* value) {
     mBitsLeft = 0;
     // A field is fetched from its own start when the cache does not hold it whole, so the refill brings what
     // follows it as well. A source that delivers less than a field at a time is asked for the rest of it.
-    if (NextCached(size) == nullptr && !Refill()) return false;
-    uint8_t field[4] = {};
-    if (!ReadBytewise(field, size)) {
+    const uint8_t* field = NextCached(size);
+    if (field == nullptr) {
+        if (!Refill()) return false;
+        field = NextCached(size);
+    }
+    uint8_t pieces[4] = {};
+    if (field != nullptr && Delivered()) {
+        Consume(size);
+    } else if (ReadInPieces(pieces, size)) {
+        field = pieces;
+    } else {
         mOffset = start;
         return false;
     }

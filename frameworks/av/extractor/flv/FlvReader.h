@@ -139,13 +139,19 @@ class FlvFile {
     // position unchanged and returns false.
     bool ReadBigEndian(int bytes, uint32_t* value);
 
-    // The 15 bytes in front of a tag's data, with the bit reader's rule for what cannot be read: the last
-    // byte that arrived fills the rest. Stops asking the source at the first failure and returns false.
-    bool ReadTagUnitHeader(uint8_t (&header)[kTagUnitHeaderBytes]);
+    // Moves past the 15 bytes in front of a tag's data and tells where they lie: in the cache, until it is
+    // refilled, or in the caller's array. By the bit reader's rule for what cannot be read, the last byte
+    // that arrived then fills the rest; asking the source stops at the first failure and *arrived is false.
+    const uint8_t* ReadTagUnitHeader(uint8_t (&pieces)[kTagUnitHeaderBytes], bool* arrived);
 
     // Copies the 15 bytes at another offset without moving the position or displacing the cache. False when
     // they do not all arrive.
     bool PeekTagUnitHeader(int64_t offset, uint8_t (&header)[kTagUnitHeaderBytes]);
+
+    // The bytes from the position on that lie in the cache, and how many; null and 0 when none do or a read
+    // has failed. Consume moves past some of them as reads of them would. For values by the thousand; no I/O.
+    const uint8_t* CachedRun(size_t* size) const;
+    void Consume(size_t size);
 
     // False when a read since the last seek delivered nothing.
     bool Delivered() const { return mDelivered; }
@@ -163,7 +169,7 @@ class FlvFile {
     const uint8_t* NextCached(size_t size);
     bool Note(int64_t result);
     bool Refill();
-    bool ReadBytewise(uint8_t* destination, size_t size);
+    bool ReadInPieces(uint8_t* destination, size_t size);
 
     uint8_t mBuffer[kCacheBytes];
     int64_t mBufferOffset;  // file offset of mBuffer[0]
@@ -266,8 +272,10 @@ class CFlv {
     bool ParseAmf0String();
     bool ParseAmf0Object(const char* key, int64_t maximumPosition, int depth);
     bool ParseAmf0EcmaArray(int64_t maximumPosition, int depth);
+    uint32_t TakeCachedNumbers(uint32_t most, android::Vector<double>* index);
     bool ParseAmf0StrictArray(const char* key, int64_t maximumPosition, int depth);
     bool ReadAmf0EndMarker();
+    android::Vector<double>* IndexOfKey(const char* key);
     void RecordAmf0(const char* key, int depth, bool isNumber, double number);
 };
 

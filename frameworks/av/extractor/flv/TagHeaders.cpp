@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <string.h>
+
 #include "FlvReader.h"
-#include "Utils.h"
 
 namespace FlvReader {
 
@@ -9,16 +10,21 @@ namespace {
 constexpr uint32_t kSignature = 0x464C56;  // "FLV"
 constexpr uint32_t kVersion = 1;
 
-uint32_t U24_AT(const uint8_t* bytes) {
-    return uint32_t{bytes[0]} << 16 | uint32_t{bytes[1]} << 8 | bytes[2];
+// In place of the exported function, which would be called through the linkage table four times a header.
+uint32_t BigEndian32(const uint8_t* bytes) {
+    uint32_t value;
+    memcpy(&value, bytes, sizeof(value));
+    return __builtin_bswap32(value);
 }
 
-void DecodeTag(const uint8_t (&header)[kTagUnitHeaderBytes], Tag* tag) {
-    tag->mPreviousTagSize = android::U32_AT(header);
-    tag->mTagType = header[4];
-    tag->mDataSize = U24_AT(header + 5);
-    tag->mTimestamp = U24_AT(header + 8) | uint32_t{header[11]} << 24;
-    tag->mStreamId = U24_AT(header + 12);
+void DecodeTag(const uint8_t* header, Tag* tag) {
+    const uint32_t typeAndSize = BigEndian32(header + 4);
+    const uint32_t timestamp = BigEndian32(header + 8);  // its top byte comes last
+    tag->mPreviousTagSize = BigEndian32(header);
+    tag->mTagType = static_cast<uint8_t>(typeAndSize >> 24);
+    tag->mDataSize = typeAndSize & 0xFFFFFF;
+    tag->mTimestamp = timestamp << 24 | timestamp >> 8;
+    tag->mStreamId = BigEndian32(header + 11) & 0xFFFFFF;
 }
 
 }  // namespace
@@ -35,9 +41,9 @@ bool CFlv::IsFlvFile() {
 
 bool CFlv::ReadTag(Tag& tag) {
     if (mFile->Remaining() < kTagUnitHeaderBytes) return false;
-    uint8_t header[kTagUnitHeaderBytes];
-    const bool arrived = mFile->ReadTagUnitHeader(header);
-    DecodeTag(header, &tag);
+    uint8_t pieces[kTagUnitHeaderBytes];
+    bool arrived;
+    DecodeTag(mFile->ReadTagUnitHeader(pieces, &arrived), &tag);
     return arrived && tag.mDataSize <= mFile->Remaining();
 }
 
@@ -52,17 +58,19 @@ bool CFlv::PeekTag(int64_t slot, Tag* tag) {
 // A codec byte that did not arrive would repeat the byte before it, so a failed read is a failure here too.
 bool CFlv::ReadTag(AudioTag& tag) {
     if (mFile->mOffset == mFile->mFileSize) return false;
-    tag.mSoundFormat = static_cast<uint8_t>(mFile->BitRead(4));
-    tag.mSoundRate = static_cast<uint8_t>(mFile->BitRead(2));
-    tag.mSoundSize = static_cast<uint8_t>(mFile->BitRead(1));
-    tag.mSoundType = static_cast<uint8_t>(mFile->BitRead(1));
+    const uint32_t byte = mFile->BitRead(8);
+    tag.mSoundFormat = static_cast<uint8_t>(byte >> 4);
+    tag.mSoundRate = static_cast<uint8_t>(byte >> 2 & 3);
+    tag.mSoundSize = static_cast<uint8_t>(byte >> 1 & 1);
+    tag.mSoundType = static_cast<uint8_t>(byte & 1);
     return mFile->Delivered();
 }
 
 bool CFlv::ReadTag(VideoTag& tag) {
     if (mFile->mOffset == mFile->mFileSize) return false;
-    tag.mFrameType = static_cast<uint8_t>(mFile->BitRead(4));
-    tag.mCodecId = static_cast<uint8_t>(mFile->BitRead(4));
+    const uint32_t byte = mFile->BitRead(8);
+    tag.mFrameType = static_cast<uint8_t>(byte >> 4);
+    tag.mCodecId = static_cast<uint8_t>(byte & 15);
     return mFile->Delivered();
 }
 
