@@ -64,24 +64,58 @@ bool MetaData::remove(uint32_t key) {
     return true;
 }
 
+MetaData::Item* MetaData::find(uint32_t key) const {
+    for (size_t i = 0; i < mCount; ++i) {
+        if (mItems[i].key == key) return &mItems[i];
+    }
+    return nullptr;
+}
+
+// setData for a value that lies in the item itself.
+template <typename Value>
+bool MetaData::setFixed(uint32_t key, uint32_t type, Value value) {
+    static_assert(sizeof(value) <= kInlineBytes, "needs the heap");
+    Item* item = find(key);
+    const bool isKnown = item != nullptr;
+    if (isKnown) {
+        item->release();
+    } else {
+        if (mCount == mCapacity) grow();
+        item = &mItems[mCount++];
+        item->key = key;
+    }
+    item->type = type;
+    item->size = sizeof(value);
+    memcpy(item->inlineData, &value, sizeof(value));
+    return isKnown;
+}
+
+template <typename Value>
+bool MetaData::findFixed(uint32_t key, uint32_t type, Value* value) const {
+    const Item* const item = find(key);
+    if (item == nullptr || item->type != type || item->size != sizeof(*value)) return false;
+    memcpy(value, item->inlineData, sizeof(*value));
+    return true;
+}
+
 bool MetaData::setCString(uint32_t key, const char* value) {
     return setData(key, TYPE_C_STRING, value, strlen(value) + 1);
 }
 
 bool MetaData::setInt32(uint32_t key, int32_t value) {
-    return setData(key, TYPE_INT32, &value, sizeof(value));
+    return setFixed(key, TYPE_INT32, value);
 }
 
 bool MetaData::setInt64(uint32_t key, int64_t value) {
-    return setData(key, TYPE_INT64, &value, sizeof(value));
+    return setFixed(key, TYPE_INT64, value);
 }
 
 bool MetaData::setFloat(uint32_t key, float value) {
-    return setData(key, TYPE_FLOAT, &value, sizeof(value));
+    return setFixed(key, TYPE_FLOAT, value);
 }
 
 bool MetaData::setPointer(uint32_t key, void* value) {
-    return setData(key, TYPE_POINTER, &value, sizeof(value));
+    return setFixed(key, TYPE_POINTER, value);
 }
 
 // A text put in by setData may lack its end.
@@ -95,19 +129,19 @@ bool MetaData::findCString(uint32_t key, const char** value) const {
 }
 
 bool MetaData::findInt32(uint32_t key, int32_t* value) const {
-    return findFixed(key, TYPE_INT32, value, sizeof(*value));
+    return findFixed(key, TYPE_INT32, value);
 }
 
 bool MetaData::findInt64(uint32_t key, int64_t* value) const {
-    return findFixed(key, TYPE_INT64, value, sizeof(*value));
+    return findFixed(key, TYPE_INT64, value);
 }
 
 bool MetaData::findFloat(uint32_t key, float* value) const {
-    return findFixed(key, TYPE_FLOAT, value, sizeof(*value));
+    return findFixed(key, TYPE_FLOAT, value);
 }
 
 bool MetaData::findPointer(uint32_t key, void** value) const {
-    return findFixed(key, TYPE_POINTER, value, sizeof(*value));
+    return findFixed(key, TYPE_POINTER, value);
 }
 
 // The new value is complete before the old one goes: its bytes may come from there.
@@ -136,13 +170,6 @@ bool MetaData::hasData(uint32_t key) const {
     return find(key) != nullptr;
 }
 
-MetaData::Item* MetaData::find(uint32_t key) const {
-    for (size_t i = 0; i < mCount; ++i) {
-        if (mItems[i].key == key) return &mItems[i];
-    }
-    return nullptr;
-}
-
 void MetaData::append(const Item& item) {
     if (mCount == mCapacity) grow();
     mItems[mCount++] = item;
@@ -154,13 +181,6 @@ void MetaData::grow() {
     if (mItems != mInline) free(mItems);
     mItems = larger;
     mCapacity *= 2;
-}
-
-bool MetaData::findFixed(uint32_t key, uint32_t type, void* value, size_t size) const {
-    const Item* const item = find(key);
-    if (item == nullptr || item->type != type || item->size != size) return false;
-    memcpy(value, item->bytes(), size);
-    return true;
 }
 
 }  // namespace android

@@ -30,7 +30,10 @@ class RefBase {
         if (mStrong.fetch_add(1, std::memory_order_relaxed) == 0) const_cast<RefBase*>(this)->onFirstRef();
     }
 
+    // The holder of the only reference has nobody to count against, and there is no weak kind: no need then
+    // for an operation that keeps other processors out.
     void decStrong(const void* /*id*/) const {
+        if (mStrong.load(std::memory_order_acquire) == 1) return lastReferenceGone(1);
         const int32_t previous = mStrong.fetch_sub(1, std::memory_order_acq_rel);
         if (previous <= 1) lastReferenceGone(previous);
     }

@@ -41,20 +41,23 @@ class MediaBuffer {
     size_t range_length() const { return mRangeLength; }
     void set_range(size_t offset, size_t length);
 
-    // The description, created empty by the first call and shared with whoever keeps it.
-    sp<MetaData> meta_data();
+    // The description, empty at first and shared with whoever keeps it. It lies in one block with the bytes
+    // that the buffer owns, so who keeps it longer than the buffer keeps their memory, though not their
+    // contents.
+    sp<MetaData> meta_data() { return mMetaData; }
 
   protected:
     virtual ~MediaBuffer();
 
   private:
+    class Description;
+
+    const sp<MetaData> mMetaData;
     void* mData;
     size_t mSize;
     size_t mRangeOffset;
     size_t mRangeLength;
-    sp<MetaData> mMetaData;
     std::atomic<int> mExtraRefs;
-    bool mOwnsData;
 };
 
 }  // namespace android

@@ -118,7 +118,10 @@ class MetaData : public RefBase {
     Item* find(uint32_t key) const;
     void append(const Item& item);
     void grow();
-    bool findFixed(uint32_t key, uint32_t type, void* value, size_t size) const;
+    template <typename Value>
+    bool setFixed(uint32_t key, uint32_t type, Value value);
+    template <typename Value>
+    bool findFixed(uint32_t key, uint32_t type, Value* value) const;
 
     Item* mItems;  // mInline, or a larger array on the heap
     size_t mCount;
