@@ -79,8 +79,9 @@ MediaBuffer* Read(Track* track, const IMediaSource::ReadOptions* options) {
         return nullptr;
     }
     int32_t isSync = 0;
-    buffer->meta_data()->findInt64(kKeyTime, &track->timeUs);
-    buffer->meta_data()->findInt32(kKeyIsSyncFrame, &isSync);
+    const sp<MetaData> meta = buffer->meta_data();
+    meta->findInt64(kKeyTime, &track->timeUs);
+    meta->findInt32(kKeyIsSyncFrame, &isSync);
     track->isSync = isSync != 0;
     return buffer;
 }
