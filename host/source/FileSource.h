@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <media/stagefright/DataSource.h>
-
 #include <atomic>
 #include <string>
 
 #include "source/MappedFile.h"
+#include "source/ReportingSource.h"
 
 namespace orvel {
 
 // A local file as a DataSource: a regular file or a block device, that is, anything with bytes at offsets.
 // Reads leave no position behind, so they may be made from several threads at once. The size is the one at
 // opening: a file that grows is read up to there, one that shrinks delivers short.
-class FileSource : public android::DataSource {
+class FileSource : public ReportingSource {
   public:
     // Null when the path cannot be opened or has no offsets (a pipe, a terminal, a folder); *error then says
     // why.
@@ -28,7 +27,7 @@ class FileSource : public android::DataSource {
     android::String8 toString() override;
 
     // What the last failed read failed of; empty when none has.
-    std::string lastError() const;
+    std::string lastError() const override;
 
   protected:
     ~FileSource() override;

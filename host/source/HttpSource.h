@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <media/stagefright/DataSource.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -15,6 +13,7 @@
 #include "source/HttpRange.h"
 #include "source/HttpTransfer.h"
 #include "source/ReadAhead.h"
+#include "source/ReportingSource.h"
 
 namespace orvel {
 
@@ -33,7 +32,7 @@ namespace orvel {
 // lastError() once reading is over: empty means that all data were had, else it is the line to show.
 //
 // Every method may be called from any thread; they wait for a read under way on another.
-class HttpSource : public android::DataSource {
+class HttpSource : public ReportingSource {
   public:
     static constexpr size_t kBlockSize = 64u << 10;
     static constexpr size_t kMaxRequestBlocks = 16;
@@ -70,7 +69,7 @@ class HttpSource : public android::DataSource {
 
     // The first failure in one line: the URL without credentials, the byte offset, what happened and what was
     // expected. Empty as long as there was none.
-    std::string lastError() const;
+    std::string lastError() const override;
 
     Statistics statistics() const;
 

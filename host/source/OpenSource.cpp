@@ -4,9 +4,10 @@
 #include <strings.h>
 
 #include "source/FileSource.h"
-#include "source/HttpSource.h"
-#include "source/HttpUrl.h"
+#include "source/HttpModule.h"
 #include "source/StandardInput.h"
+#include "support/Failure.h"
+#include "support/LoadModule.h"
 
 namespace orvel {
 namespace {
@@ -23,6 +24,23 @@ std::string WithoutSecrets(const std::string& text) {
     return shown;
 }
 
+const HttpModule& LoadHttpModule() {
+    static const auto get = reinterpret_cast<GetHttpModule>(
+            LoadModule({"liborvel_flv_http.so", kHttpModuleSymbol, "a URL needs the network module",
+                        "it is built with the program"}));
+    return *get();
+}
+
+// The URL as messages show it, or false with the reason why it cannot be opened; never throws.
+bool CheckUrl(const std::string& url, std::string* shown, std::string* error) {
+    try {
+        return LoadHttpModule().check(url, shown, error);
+    } catch (const Failure& failure) {
+        *error = failure.what();
+        return false;
+    }
+}
+
 }  // namespace
 
 bool IsUrl(const std::string& location) {
@@ -33,13 +51,13 @@ std::string ShownLocation(const std::string& location) {
     if (location == kStandardInput) return "standard input";
     if (!IsUrl(location)) return location;
     std::string shown, error;
-    return CheckHttpUrl(location, &shown, &error) ? shown : WithoutSecrets(location);
+    return CheckUrl(location, &shown, &error) ? shown : WithoutSecrets(location);
 }
 
 android::sp<android::DataSource> OpenSource(const std::string& location, std::string* error) {
     if (IsUrl(location)) {
         std::string shown, why;
-        if (CheckHttpUrl(location, &shown, &why)) return HttpSource::Open(location, error);
+        if (CheckUrl(location, &shown, &why)) return LoadHttpModule().open(location, error);
         *error = WithoutSecrets(location) + ": " + why;
         return nullptr;
     }
@@ -55,9 +73,9 @@ android::sp<android::DataSource> OpenSource(const std::string& location, std::st
 }
 
 std::string LastReadError(const android::sp<android::DataSource>& source, const std::string& location) {
-    if (auto* http = dynamic_cast<HttpSource*>(source.get())) return http->lastError();
-    auto* file = dynamic_cast<FileSource*>(source.get());
-    std::string reason = file != nullptr ? file->lastError() : "";
+    auto* reporting = dynamic_cast<ReportingSource*>(source.get());
+    std::string reason = reporting != nullptr ? reporting->lastError() : "";
+    if (IsUrl(location) && !reason.empty()) return reason;  // it names the URL itself
     return location + ": " + (reason.empty() ? "a read failed" : reason);
 }
 
