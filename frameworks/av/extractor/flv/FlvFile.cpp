@@ -96,8 +96,10 @@ void FlvFile::ByteSeek(long position) {
     mOffset = position;
     mBitsLeft = 0;
     mDelivered = true;
-    // A record of where in the cache the position lies, meaningless outside it; hence the narrowing.
-    mBufferPos = static_cast<int32_t>(static_cast<uint64_t>(position) - static_cast<uint64_t>(mBufferOffset));
+    // A record of where in the cache the position lies, meaningless outside it; hence it may wrap and narrow.
+    int64_t index;
+    (void)__builtin_sub_overflow(position, mBufferOffset, &index);
+    mBufferPos = static_cast<int32_t>(index);
 }
 
 unsigned int FlvFile::BitRead(int count) {

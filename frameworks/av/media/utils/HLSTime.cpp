@@ -8,17 +8,23 @@ namespace android {
 namespace {
 
 // The times come out of a playlist from the network: any 64-bit value may stand there, and a sum that does
-// not fit wraps around as unsigned arithmetic does.
+// not fit wraps around. The overflow that the builtins report is what is wanted.
 int64_t add(int64_t a, int64_t b) {
-    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+    int64_t sum;
+    (void)__builtin_add_overflow(a, b, &sum);
+    return sum;
 }
 
 int64_t subtract(int64_t a, int64_t b) {
-    return static_cast<int64_t>(static_cast<uint64_t>(a) - static_cast<uint64_t>(b));
+    int64_t difference;
+    (void)__builtin_sub_overflow(a, b, &difference);
+    return difference;
 }
 
 int64_t multiply(int64_t a, int64_t b) {
-    return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
+    int64_t product;
+    (void)__builtin_mul_overflow(a, b, &product);
+    return product;
 }
 
 // INT64_MIN / -1 has no result of 64 bits, and traps on some machines.
