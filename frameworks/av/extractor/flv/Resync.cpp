@@ -17,7 +17,9 @@ constexpr uint32_t kMaxConfirmingGapMs = 1000;
 
 // Wraps as a 32-bit product does on every target: picture headers can tell up to 65535 by 65535.
 int32_t WrappingProduct(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+    int32_t product;
+    (void)__builtin_mul_overflow(a, b, &product);
+    return product;
 }
 
 }  // namespace

@@ -58,6 +58,13 @@ void logSpentTime(const char* name, const char* label, uint32_t ms) {
     ALOGE("%s %s: spend time = %d ms", name, label, static_cast<int>(ms));
 }
 
+// Wraps around for times before the start.
+uint32_t subtract(uint32_t a, uint32_t b) {
+    uint32_t difference;
+    (void)__builtin_sub_overflow(a, b, &difference);
+    return difference;
+}
+
 timeval timeOfDay() {
     timeval now = {0, 0};
     gettimeofday(&now, nullptr);
@@ -128,11 +135,13 @@ void MeasureTime::resetStartTime() {
 
 uint32_t MeasureTime::measure(timeval* now) {
     const uint32_t borrow = now->tv_usec < mStartTime.tv_usec ? 1 : 0;
-    const uint32_t microseconds = static_cast<uint32_t>(now->tv_usec) + borrow * 1000000 -
-                                  static_cast<uint32_t>(mStartTime.tv_usec);
-    const uint32_t seconds =
-            static_cast<uint32_t>(now->tv_sec) - static_cast<uint32_t>(mStartTime.tv_sec) - borrow;
-    const double ms = microseconds / 1000.0 + seconds * UINT32_C(1000);
+    const uint32_t microseconds = subtract(static_cast<uint32_t>(now->tv_usec) + borrow * 1000000,
+                                           static_cast<uint32_t>(mStartTime.tv_usec));
+    const uint32_t seconds = subtract(
+            subtract(static_cast<uint32_t>(now->tv_sec), static_cast<uint32_t>(mStartTime.tv_sec)), borrow);
+    uint32_t wholeMs;
+    (void)__builtin_mul_overflow(seconds, UINT32_C(1000), &wholeMs);
+    const double ms = microseconds / 1000.0 + wholeMs;
     // A time before the start may sum up to more than 32 bits hold; by way of 64 bits it wraps everywhere
     // alike.
     return static_cast<uint32_t>(static_cast<uint64_t>(ms));
