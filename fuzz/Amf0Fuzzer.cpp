@@ -20,8 +20,7 @@ constexpr uint8_t kFileHeader[] = {'F', 'L', 'V', 1, 0, 0, 0, 0, 9, 0, 0, 0, 0};
 constexpr uint8_t kName[] = {2, 0, 10, 'o', 'n', 'M', 'e', 't', 'a', 'D', 'a', 't', 'a'};
 constexpr size_t kTagHeader = 11;
 constexpr size_t kValueAt = sizeof(kFileHeader) + kTagHeader + sizeof(kName);
-// A text is passed over by its 16-bit length, a date by 10 bytes, without a look at what is left.
-constexpr int64_t kMostBehindEnd = 65535;
+constexpr int64_t kMostBehindEnd = 65535;  // a text is passed over by its length
 
 std::vector<uint8_t> MakeFile(ByteSpan value) {
     std::vector<uint8_t> file(kFileHeader, kFileHeader + sizeof(kFileHeader));

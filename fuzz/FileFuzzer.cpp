@@ -14,11 +14,6 @@ namespace {
 
 constexpr size_t kReadBytes = 1024;  // what a read may hold beside the sample and the copy made of it here
 
-std::optional<Sample> ReadWithin(size_t heldBytes, const Track& track) {
-    const AllocationBudget budget(heldBytes);
-    return ReadSample(track.source.get());
-}
-
 // Every tag that a walk finds is delivered, and nothing else. Result: the times in microseconds.
 std::vector<int64_t> CheckPlaying(const Track& track, ByteSpan file, int64_t startSlot) {
     std::vector<int64_t> times;
@@ -29,7 +24,7 @@ std::vector<int64_t> CheckPlaying(const Track& track, ByteSpan file, int64_t sta
         Require(sample && IsSame(*sample, *SampleOf(tag, track.isAudio), track), "each tag is delivered");
         times.push_back(sample->timeUs);
     }
-    Require(!ReadSample(track.source.get()), "nothing is delivered behind the last tag");
+    Require(!ReadSample(track), "nothing is delivered behind the last tag");
     return times;
 }
 
@@ -41,18 +36,13 @@ void CheckSeeking(const Track& track, ByteSpan file, const std::vector<int64_t>&
     for (size_t i = 0; i < times.size(); ++i) {
         IMediaSource::ReadOptions options;
         options.setSeekTo(times[i], static_cast<IMediaSource::ReadOptions::SeekMode>(i % 4));
-        const auto landed = ReadSample(track.source.get(), &options);
+        const auto landed = ReadSample(track, &options);
         Require(!landed || anywhere.contains(*landed), "a seek lands on a sample of the file");
-        const auto next = ReadSample(track.source.get());
+        const auto next = ReadSample(track);
         Require(!next || anywhere.contains(*next), "playing goes on behind a seek");
         options.setSeekTo(times[i]);
-        Require(ReadSample(track.source.get(), &options) == landed, "a seek lands alike in every mode");
+        Require(ReadSample(track, &options) == landed, "a seek lands alike in every mode");
     }
-}
-
-sp<MediaExtractor> Open(const sp<ByteSource>& source, size_t fileSize) {
-    const AllocationBudget budget(OpeningBudget(fileSize));
-    return createInstance(source, nullptr);
 }
 
 void CheckFile(ByteSpan file, uint32_t flags) {
@@ -63,12 +53,16 @@ void CheckFile(ByteSpan file, uint32_t flags) {
     String8 mime;
     float confidence = 0;
     Require(Sniffer(source, &mime, &confidence, nullptr) == ok, "the sniffer claims what can be opened");
-    const sp<MediaExtractor> extractor = Open(source, file.size);
+    sp<MediaExtractor> extractor;
+    {
+        const AllocationBudget budget(OpeningBudget(file.size));
+        extractor = createInstance(source, nullptr);
+    }
     for (size_t i = 0; i < extractor->countTracks(); ++i) {
-        const sp<MetaData> format =
-                extractor->getTrackMetaData(i, IMediaExtractor::kIncludeExtensiveMetaData);
         int64_t durationUs = -1;
-        Require(format->findInt64(kKeyDuration, &durationUs), "a track has a duration");
+        extractor->getTrackMetaData(i, IMediaExtractor::kIncludeExtensiveMetaData)
+                ->findInt64(kKeyDuration, &durationUs);
+        Require(durationUs >= 0, "a track has a duration");
         const Track track(extractor->getTrack(i));
         track.source->start();
         const int64_t slot = track.isAudio ? reader.mAudioStartPos : reader.mVideoStartPos;

@@ -115,8 +115,8 @@ class Mutation {
 
     uint32_t nearTime() {
         const uint32_t times[] = {0, 1, 999, 1001, 0xFFFFFF, 0x1000000, 0x7FFFFFFF, 0xFFFFFFFF};
-        return pick(2) == 0 ? times[pick(std::size(times))]
-                            : any().timestamp + static_cast<uint32_t>(pick(50));
+        if (pick(2) == 0) return times[pick(std::size(times))];
+        return static_cast<uint32_t>(uint64_t{any().timestamp} + pick(50));
     }
 
     // Times that go up, as those of a whole file do.

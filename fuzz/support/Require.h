@@ -4,6 +4,12 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+#define ORVEL_MEMORY_SANITIZER  // what the standard library's own objects write counts as uninitialised
+#endif
+#endif
+
 namespace orvel {
 
 // What a harness asserts. A fuzzer takes the abort for a finding and keeps the input.

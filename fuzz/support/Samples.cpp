@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "Utils.h"
+#include "support/Allocations.h"
 #include "support/Require.h"
 
 namespace orvel {
@@ -22,9 +23,14 @@ Track::Track(const sp<IMediaSource>& opened) : source(opened) {
     isAvc = strcmp(mime, ORVEL_MEDIA_MIMETYPE_VIDEO_AVC) == 0;
 }
 
-std::optional<Sample> ReadSample(IMediaSource* source, const IMediaSource::ReadOptions* options) {
+std::optional<Sample> ReadWithin(size_t heldBytes, const Track& track) {
+    const AllocationBudget budget(heldBytes);
+    return ReadSample(track);
+}
+
+std::optional<Sample> ReadSample(const Track& track, const IMediaSource::ReadOptions* options) {
     MediaBuffer* buffer = nullptr;
-    const status_t status = source->read(&buffer, options);
+    const status_t status = track.source->read(&buffer, options);
     if (status != OK) {
         Require(status == ERROR_END_OF_STREAM && buffer == nullptr, "a read ends with the end of stream");
         return {};
@@ -68,14 +74,20 @@ SamplesAnywhere::SamplesAnywhere(ByteSpan file, const Track& track) : mTrack(tra
     for (size_t slot = 0; slot < file.size; ++slot) {
         const auto tag = TagAt(file, static_cast<int64_t>(slot));
         const auto sample = tag ? SampleOf(*tag, track.isAudio) : std::nullopt;
-        if (sample) mByTime.emplace(sample->timeUs, *sample);
+        if (sample) mByTime.push_back(*sample);
     }
+    std::sort(mByTime.begin(), mByTime.end(),
+              [](const FlvSample& a, const FlvSample& b) { return a.timeUs < b.timeUs; });
 }
 
 bool SamplesAnywhere::contains(const Sample& delivered) const {
-    const auto [first, last] = mByTime.equal_range(delivered.timeUs);
-    return std::any_of(first, last,
-                       [&](const auto& entry) { return IsSame(delivered, entry.second, mTrack); });
+    auto at =
+            std::lower_bound(mByTime.begin(), mByTime.end(), delivered.timeUs,
+                             [](const FlvSample& sample, int64_t timeUs) { return sample.timeUs < timeUs; });
+    for (; at != mByTime.end() && at->timeUs == delivered.timeUs; ++at) {
+        if (IsSame(delivered, *at, mTrack)) return true;
+    }
+    return false;
 }
 
 }  // namespace orvel

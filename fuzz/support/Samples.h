@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "support/FlvTags.h"
@@ -33,8 +32,11 @@ struct Track {
 };
 
 // The next sample, or the one that a seek lands on; nothing at the end. What read promises is required.
-std::optional<Sample> ReadSample(android::IMediaSource* source,
+std::optional<Sample> ReadSample(const Track& track,
                                  const android::IMediaSource::ReadOptions* options = nullptr);
+
+// ReadSample that holds no more than so many bytes of heap at a time, those of the result included.
+std::optional<Sample> ReadWithin(size_t heldBytes, const Track& track);
 
 // Whether a delivered sample is this one of the file. Of AVC the length prefixes may have become start codes.
 bool IsSame(const Sample& delivered, const FlvSample& stored, const Track& track);
@@ -47,7 +49,7 @@ class SamplesAnywhere {
 
   private:
     const Track& mTrack;
-    std::unordered_multimap<int64_t, FlvSample> mByTime;
+    std::vector<FlvSample> mByTime;
 };
 
 }  // namespace orvel
