@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 
 #include "source/OpenSource.h"
 #include "source/StandardInput.h"
@@ -31,7 +32,7 @@ void AddTimeOption(CLI::App* app, const char* name, std::optional<int64_t>* time
 
 std::string StemOf(const std::string& location, const std::vector<std::string>& extensions) {
     std::string name = IsUrl(location) ? location.substr(0, location.find_first_of("?#")) : location;
-    name = name.substr(name.find_last_of('/') + 1);
+    name = std::filesystem::path(name).filename();
     for (const std::string& extension : extensions) {
         if (HasExtension(name, extension)) name.resize(name.size() - extension.size());
     }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <utility>
 
 #include "inspect/Svg.h"
@@ -122,7 +123,7 @@ void MapPicture::drawPanel(double top, double bottom, const std::string& label) 
 }
 
 void MapPicture::drawTitle() {
-    mSvg.text(24, 36, mName.substr(mName.find_last_of('/') + 1), {20, "#1a202c", "start", true});
+    mSvg.text(24, 36, std::filesystem::path(mName).filename().string(), {20, "#1a202c", "start", true});
     std::string facts = fmt::format("{} \u00b7 {} s", ByteText(static_cast<double>(mReport.size)),
                                     FormatSeconds(mReport.spanMs() * 1000));
     for (const StreamSeen& stream : mReport.streams) {
