@@ -60,6 +60,8 @@ MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullpt
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
     mBytes = static_cast<uint8_t*>(bytes);
+    // A page of two megabytes would be resident beyond the window.
+    madvise(bytes, size, MADV_NOHUGEPAGE);
 }
 
 MappedFile::~MappedFile() {

@@ -11,7 +11,7 @@
 namespace orvel {
 
 // A file's bytes as memory of this process, of which only a window is kept resident: a reader that goes
-// through a file of any size holds about a megabyte of it. May be read from several threads at once.
+// through a file of any size holds less than a megabyte of it. May be read from several threads at once.
 //
 // A file that another program shortens, or a medium that fails, makes the kernel send SIGBUS to whoever
 // touches a page that is not there any more. The first mapping installs a handler that turns this into a
@@ -30,7 +30,7 @@ class MappedFile {
     bool read(size_t offset, void* destination, size_t size);
 
   private:
-    static constexpr size_t kPieceBytes = size_t{512} << 10;
+    static constexpr size_t kPieceBytes = size_t{256} << 10;
     static constexpr size_t kPiecesKept = 3;
     static constexpr size_t kNoPiece = SIZE_MAX;
 
