@@ -105,7 +105,11 @@ std::string TemporaryName(const std::string& path) {
 AtomicFile::AtomicFile(const std::string& path, Existing existing)
     : mPath(path), mExisting(existing), mSlot(kSlots) {
     struct stat status;
-    if (existing == Existing::kKeep && lstat(mPath.c_str(), &status) == 0) fail(EEXIST);
+    bool isThere = lstat(mPath.c_str(), &status) == 0;
+    if (isThere && existing == Existing::kKeep) fail(EEXIST);
+    // A device or a pipe would not be written to but replaced, for everybody who uses it.
+    if (isThere && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode))
+        fail(S_ISDIR(status.st_mode) ? EISDIR : ENODEV);
     // A name that is taken was left by a process of the same number that could not clean up: the next one
     // then.
     int error = EEXIST;

@@ -65,7 +65,7 @@ void ContainerMuxer::writeHeader(const std::string& format) {
     }
     int result = avformat_write_header(mContext.get(), &options);
     av_dict_free(&options);
-    check(result, ExitCode::kUsage, "the container cannot be begun");
+    check(result, ExitCode::kDamaged, "the container cannot be begun");
 }
 
 void ContainerMuxer::write(const MuxSample& sample) {

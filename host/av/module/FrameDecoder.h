@@ -16,6 +16,7 @@ class FrameDecoder : public PictureDecoder {
     StreamFacts facts() const;
 
   private:
+    const bool mHasNalUnits;
     CodecPointer mContext;
     PacketPointer mPacket;
     FramePointer mFrame;

@@ -2,6 +2,7 @@
 #include "writer/AtomicFile.h"
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "HostFixture.h"
@@ -31,6 +32,14 @@ TEST_F(AtomicFileTest, AppearsWholeOrNotAtAll) {
     EXPECT_EQ("a\nc\n", list());
     EXPECT_EQ(Bytes{9}, read("c"));
     EXPECT_EQ(Bytes({1, 7, 3}) + large + Bytes{8}, read("a"));
+}
+
+TEST_F(AtomicFileTest, ReplacesNeitherPipesNorDevicesNorFolders) {
+    ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
+    ASSERT_EQ(0, mkdir(path("folder").c_str(), 0700));
+    EXPECT_THROW(AtomicFile(path("pipe"), AtomicFile::Existing::kReplace), Failure);
+    EXPECT_THROW(AtomicFile(path("folder"), AtomicFile::Existing::kReplace), Failure);
+    EXPECT_EQ("folder\npipe\n", list());
 }
 
 TEST_F(AtomicFileTest, LeavesNothingWhenASignalEndsTheProcess) {

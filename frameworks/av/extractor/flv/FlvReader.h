@@ -265,6 +265,7 @@ class CFlv {
     void MakeBitmapHeader(const char (&fourcc)[5]);
 
     uint32_t SyncDataSizeLimit() const;
+    void SkipToCandidate(int64_t limit);
     bool ConfirmCandidate(const Tag& candidate, int64_t fileSize);
     bool PeekTag(int64_t slot, Tag* tag);
 

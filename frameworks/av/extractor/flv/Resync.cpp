@@ -41,6 +41,7 @@ bool CFlv::Sync(long& pos) {
     const uint32_t limit = SyncDataSizeLimit();
 
     for (;;) {
+        SkipToCandidate(fileSize - kTagUnitHeaderBytes);
         const uint32_t type = mFile->BitRead(8);
         if (!mFile->Delivered()) return false;
         if (type != kTagAudio && type != kTagVideo) {
@@ -63,6 +64,19 @@ bool CFlv::Sync(long& pos) {
         mFile->ByteSeek(behindType);
         if (fileSize - behindType < kTagUnitHeaderBytes) return false;
     }
+}
+
+// Passes over what the cache holds of bytes that begin no candidate, as far as the limit: a search through a
+// hole of gigabytes looks at each of its bytes.
+void CFlv::SkipToCandidate(int64_t limit) {
+    size_t size;
+    const uint8_t* bytes = mFile->CachedRun(&size);
+    size = static_cast<size_t>(
+            std::min<int64_t>(static_cast<int64_t>(size), std::max<int64_t>(limit - mFile->mOffset, 0)));
+    size_t skipped = 0;
+    while (skipped < size && bytes[skipped] != kTagAudio && bytes[skipped] != kTagVideo)
+        ++skipped;
+    mFile->Consume(skipped);
 }
 
 // Called with the cursor at the candidate's data. The tag that should follow is looked at beside the cache:
