@@ -97,11 +97,11 @@ TEST_F(HostileInputTest, UrlsReachNoFiles) {
 // Neither the program nor the plug-in asks the system for a function that starts another program.
 TEST_F(HostileInputTest, NoShellIsCalled) {
     const Outcome outcome = shell("readelf -W --dyn-syms " ORVEL_BINARY_DIR "/bin/orvel-flv " ORVEL_BINARY_DIR
-                                  "/bin/libflvextractor.so");
-    EXPECT_THAT(outcome.out, HasSubstr(" UND dlopen@"));
+                                  "/bin/liborvel_flv_http.so " ORVEL_BINARY_DIR "/bin/libflvextractor.so");
+    EXPECT_THAT(outcome.out, HasSubstr(" UND dlopen"));
     EXPECT_THAT(outcome.out, testing::Not(testing::ContainsRegex(
                                      " UND (system|popen|fork|vfork|exec[lv]p?e?|fexecve|posix_spawnp?|"
-                                     "wordexp)@")));
+                                     "wordexp)[@\n]")));
 }
 
 }  // namespace
