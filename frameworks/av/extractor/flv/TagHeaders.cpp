@@ -23,7 +23,7 @@ void DecodeTag(const uint8_t* header, Tag* tag) {
     tag->mPreviousTagSize = BigEndian32(header);
     tag->mTagType = static_cast<uint8_t>(typeAndSize >> 24);
     tag->mDataSize = typeAndSize & 0xFFFFFF;
-    tag->mTimestamp = timestamp << 24 | timestamp >> 8;
+    tag->mTimestamp = (timestamp & 0xFF) << 24 | timestamp >> 8;
     tag->mStreamId = BigEndian32(header + 11) & 0xFFFFFF;
 }
 
