@@ -71,6 +71,7 @@ bool CFlv::Sync(long& pos) {
 void CFlv::SkipToCandidate(int64_t limit) {
     size_t size;
     const uint8_t* bytes = mFile->CachedRun(&size);
+    if (size == 0) return;  // the position may be anything then
     size = static_cast<size_t>(
             std::min<int64_t>(static_cast<int64_t>(size), std::max<int64_t>(limit - mFile->mOffset, 0)));
     size_t skipped = 0;
