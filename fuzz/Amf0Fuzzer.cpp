@@ -12,7 +12,6 @@
 #include "support/ByteSource.h"
 
 using namespace orvel;
-using android::Vector;
 
 namespace {
 
@@ -46,7 +45,7 @@ std::vector<double> NumbersOf(ByteSpan value) {
     return numbers;
 }
 
-void CheckIndex(const Vector<double>& index, const std::vector<double>& numbers, size_t most) {
+void CheckIndex(const android::Vector<double>& index, const std::vector<double>& numbers, size_t most) {
     Require(index.size() <= std::min(most, FlvReader::kMaxIndexEntries), "an entry takes a byte of the file");
     for (const double entry : index)
         Require(std::binary_search(numbers.begin(), numbers.end(), entry), "entries come from the file");
@@ -61,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const AllocationBudget budget(OpeningBudget(file.size()));
     bool ok = false;
     FlvReader::CFlv flv(new ByteSource(file), ok);
-    Require(ok, "no metadata keeps a file from being opened");
+    Require(ok, "metadata keeps no file from being opened");
     CheckIndex(flv.mKeyFramePositions, numbers, size);
     CheckIndex(flv.mKeyFrameTimes, numbers, size);
     const size_t entries = flv.mKeyFrameTimes.size();

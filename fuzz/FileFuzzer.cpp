@@ -53,18 +53,15 @@ void CheckFile(ByteSpan file, uint32_t flags) {
     String8 mime;
     float confidence = 0;
     Require(Sniffer(source, &mime, &confidence, nullptr) == ok, "the sniffer claims what can be opened");
-    sp<MediaExtractor> extractor;
-    {
-        const AllocationBudget budget(OpeningBudget(file.size));
-        extractor = createInstance(source, nullptr);
-    }
+    std::optional<AllocationBudget> budget(std::in_place, OpeningBudget(file.size));
+    const sp<MediaExtractor> extractor = createInstance(source, nullptr);
+    budget.reset();
     for (size_t i = 0; i < extractor->countTracks(); ++i) {
         int64_t durationUs = -1;
         extractor->getTrackMetaData(i, IMediaExtractor::kIncludeExtensiveMetaData)
                 ->findInt64(kKeyDuration, &durationUs);
         Require(durationUs >= 0, "a track has a duration");
         const Track track(extractor->getTrack(i));
-        track.source->start();
         const int64_t slot = track.isAudio ? reader.mAudioStartPos : reader.mVideoStartPos;
         CheckSeeking(track, file, CheckPlaying(track, file, slot), durationUs);
     }

@@ -55,7 +55,7 @@ def numbers_behind(script, name):
     return [at + 5 + 9 * i for i in range(count)]
 
 
-def with_index(chain, full):
+def with_index(chain):
     """The positions and times of an index, set to the key frames of the short file as far as there are any."""
     script = bytearray(chain[0][2])
     slot, keys = 9, []
@@ -79,7 +79,7 @@ def cut(data):
                 continue
             frames[kind] += 1
         chain.append((kind, time, shortened(kind, body)))
-    return with_index(chain, data) if chain and chain[0][0] == 18 else chain
+    return with_index(chain) if chain and chain[0][0] == 18 else chain
 
 
 def write(folder, harness, name, data):

@@ -19,6 +19,7 @@ using namespace android;
 Track::Track(const sp<IMediaSource>& opened) : source(opened) {
     const char* mime = "";
     Require(source->getFormat()->findCString(kKeyMIMEType, &mime), "a track has a MIME type");
+    source->start();
     isAudio = strncmp(mime, "audio/", 6) == 0;
     isAvc = strcmp(mime, ORVEL_MEDIA_MIMETYPE_VIDEO_AVC) == 0;
 }

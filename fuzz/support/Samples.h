@@ -22,7 +22,7 @@ struct Sample {
     }
 };
 
-// A track as an extractor offers it.
+// A track as an extractor offers it, started.
 struct Track {
     explicit Track(const android::sp<android::IMediaSource>& opened);
 
