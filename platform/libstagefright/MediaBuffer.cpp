@@ -11,40 +11,75 @@
 
 namespace android {
 
-// The head of a buffer's block; what the buffer owns follows it.
+namespace {
+
+void* allocate(size_t size) {
+    void* const memory = malloc(size);
+    LOG_ALWAYS_FATAL_IF(memory == nullptr, "out of memory: a buffer of %zu bytes", size);
+    return memory;
+}
+
+}  // namespace
+
+// One block holds the description, first because it may outlive the buffer and takes the block with it, then
+// the buffer, then the buffer's bytes if they are few. A second and third call of the allocator would show in
+// the time that a small sample takes.
 class alignas(max_align_t) MediaBuffer::Description : public MetaData {
   public:
-    static Description* make(size_t bytesBehind) {
-        void* const block = bytesBehind <= SIZE_MAX - sizeof(Description)
-                                    ? malloc(sizeof(Description) + bytesBehind)
-                                    : nullptr;
-        LOG_ALWAYS_FATAL_IF(block == nullptr, "out of memory: a buffer of %zu bytes", bytesBehind);
-        return ::new (block) Description;
-    }
+    static Description* of(void* buffer) { return static_cast<Description*>(buffer) - 1; }
+    static void* operator new(size_t, void* place) { return place; }
     static void operator delete(void* block) { free(block); }
-    void* behind() { return this + 1; }
-
-  private:
-    Description() = default;
 };
 
+namespace {
+
+// The address sanitizer guards the ends of whole blocks only.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kGuarded = true;
+#elif defined(__has_feature)
+constexpr bool kGuarded = __has_feature(address_sanitizer);
+#else
+constexpr bool kGuarded = false;
+#endif
+
+constexpr size_t kBytesInside = kGuarded ? 0 : 768;
+
+}  // namespace
+
+void* MediaBuffer::operator new(size_t /* size */) {
+    static_assert(sizeof(MediaBuffer) % alignof(max_align_t) == 0, "the bytes behind it need alignment");
+    return static_cast<Description*>(allocate(sizeof(Description) + sizeof(MediaBuffer) + kBytesInside)) + 1;
+}
+
+void MediaBuffer::operator delete(void* buffer) {
+    Description::of(buffer)->decStrong(buffer);
+}
+
 MediaBuffer::MediaBuffer(size_t size)
-    : mMetaData(Description::make(size)),
-      mData(static_cast<Description*>(mMetaData.get())->behind()),
+    : mMetaData(new (Description::of(this)) Description),
+      mOwned(size <= kBytesInside ? nullptr : allocate(size)),
+      mData(mOwned != nullptr ? mOwned : this + 1),
       mSize(size),
       mRangeOffset(0),
       mRangeLength(size),
-      mExtraRefs(0) {}
+      mExtraRefs(0) {
+    mMetaData->incStrong(this);
+}
 
 MediaBuffer::MediaBuffer(void* data, size_t size)
-    : mMetaData(Description::make(0)),
+    : mMetaData(new (Description::of(this)) Description),
+      mOwned(nullptr),
       mData(data),
       mSize(size),
       mRangeOffset(0),
       mRangeLength(size),
-      mExtraRefs(0) {}
+      mExtraRefs(0) {
+    mMetaData->incStrong(this);
+}
 
-MediaBuffer::~MediaBuffer() = default;
+MediaBuffer::~MediaBuffer() {
+    free(mOwned);
+}
 
 void MediaBuffer::add_ref() {
     mExtraRefs.fetch_add(1, std::memory_order_relaxed);

@@ -41,10 +41,12 @@ class MediaBuffer {
     size_t range_length() const { return mRangeLength; }
     void set_range(size_t offset, size_t length);
 
-    // The description, empty at first and shared with whoever keeps it. It lies in one block with the bytes
-    // that the buffer owns, so who keeps it longer than the buffer keeps their memory, though not their
-    // contents.
+    // The description, empty at first and shared with whoever keeps it, also beyond the buffer's end.
     sp<MetaData> meta_data() { return mMetaData; }
+
+    // A buffer, its description and its own bytes, if they are few hundred, are one allocation.
+    static void* operator new(size_t size);
+    static void operator delete(void* buffer);
 
   protected:
     virtual ~MediaBuffer();
@@ -52,9 +54,10 @@ class MediaBuffer {
   private:
     class Description;
 
-    const sp<MetaData> mMetaData;
-    void* mData;
-    size_t mSize;
+    MetaData* const mMetaData;  // referenced; its end is that of the memory in which this buffer lies
+    void* const mOwned;         // the bytes' own allocation, or null
+    void* const mData;
+    const size_t mSize;
     size_t mRangeOffset;
     size_t mRangeLength;
     std::atomic<int> mExtraRefs;
