@@ -36,12 +36,12 @@ void MetaData::Item::release() {
     if (size > kInlineBytes) free(heapData);
 }
 
-MetaData::MetaData() : mItems(mInline), mCount(0), mCapacity(kInlineItems) {}
+MetaData::MetaData() : mItems(mInline), mCount(0), mCapacity(kInlineItems), mHasHeapData(false) {}
 
 MetaData::MetaData(const MetaData& other) : MetaData() {
     for (size_t i = 0; i < other.mCount; ++i) {
         const Item& item = other.mItems[i];
-        append(Item::copyOf(item.key, item.type, item.bytes(), item.size));
+        setData(item.key, item.type, item.bytes(), item.size);
     }
 }
 
@@ -51,9 +51,14 @@ MetaData::~MetaData() {
 }
 
 void MetaData::clear() {
+    if (mHasHeapData) freeHeapData();
+    mCount = 0;
+}
+
+void MetaData::freeHeapData() {
     for (size_t i = 0; i < mCount; ++i)
         mItems[i].release();
-    mCount = 0;
+    mHasHeapData = false;
 }
 
 bool MetaData::remove(uint32_t key) {
@@ -80,8 +85,7 @@ bool MetaData::setFixed(uint32_t key, uint32_t type, Value value) {
     if (isKnown) {
         item->release();
     } else {
-        if (mCount == mCapacity) grow();
-        item = &mItems[mCount++];
+        item = room();
         item->key = key;
     }
     item->type = type;
@@ -147,9 +151,10 @@ bool MetaData::findPointer(uint32_t key, void** value) const {
 // The new value is complete before the old one goes: its bytes may come from there.
 bool MetaData::setData(uint32_t key, uint32_t type, const void* data, size_t size) {
     const Item fresh = Item::copyOf(key, type, data, size);
+    if (fresh.size > kInlineBytes) mHasHeapData = true;
     Item* const item = find(key);
     if (item == nullptr) {
-        append(fresh);
+        *room() = fresh;
         return false;
     }
     item->release();
@@ -170,9 +175,10 @@ bool MetaData::hasData(uint32_t key) const {
     return find(key) != nullptr;
 }
 
-void MetaData::append(const Item& item) {
+// A new last item.
+MetaData::Item* MetaData::room() {
     if (mCount == mCapacity) grow();
-    mItems[mCount++] = item;
+    return &mItems[mCount++];
 }
 
 void MetaData::grow() {

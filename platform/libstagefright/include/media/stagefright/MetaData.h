@@ -116,16 +116,19 @@ class MetaData : public RefBase {
     };
 
     Item* find(uint32_t key) const;
-    void append(const Item& item);
-    void grow();
+    Item* room();
+    // Out of the way of what happens with every sample.
+    __attribute__((cold, noinline)) void grow();
+    __attribute__((cold, noinline)) void freeHeapData();
     template <typename Value>
     bool setFixed(uint32_t key, uint32_t type, Value value);
     template <typename Value>
     bool findFixed(uint32_t key, uint32_t type, Value* value) const;
 
     Item* mItems;  // mInline, or a larger array on the heap
-    size_t mCount;
-    size_t mCapacity;
+    uint32_t mCount;
+    uint32_t mCapacity;
+    bool mHasHeapData;  // some item had some since the last clear
     Item mInline[kInlineItems];
 };
 
