@@ -179,12 +179,15 @@ bool CFlv::ParseAmf0EcmaArray(int64_t maximumPosition, int depth) {
 uint32_t CFlv::TakeCachedNumbers(uint32_t most, Vector<double>* index) {
     size_t available;
     const uint8_t* bytes = mFile->CachedRun(&available);
+    const auto whole = static_cast<uint32_t>(std::min<size_t>(most, available / kNumberBytes));
+    // At once for all that may follow: growing again and again takes as long as parsing.
+    if (whole > 0 && index != nullptr && index->isEmpty())
+        index->setCapacity(std::min<size_t>(most, kMaxIndexEntries));
     uint32_t count = 0;
-    for (; count < most && available >= kNumberBytes && *bytes == kAmf0Number; ++count) {
+    for (; count < whole && *bytes == kAmf0Number; ++count) {
         if (index != nullptr && index->size() < kMaxIndexEntries)
             index->push(NumberOf(BigEndian64(bytes + 1)));
         bytes += kNumberBytes;
-        available -= kNumberBytes;
     }
     mFile->Consume(count * kNumberBytes);
     return count;
