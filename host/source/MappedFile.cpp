@@ -51,6 +51,14 @@ bool GuardedCopy(void* destination, const void* source, size_t size) {
     return true;
 }
 
+// A reader mostly goes on where it has read, and the processor's own prefetching ends with a page.
+void FetchAhead(const uint8_t* bytes, size_t size) {
+    constexpr size_t kFarthest = 2048;
+    constexpr size_t kCacheLineBytes = 64;
+    for (size_t at = 0; at < std::min(size, kFarthest); at += kCacheLineBytes)
+        __builtin_prefetch(bytes + at);
+}
+
 }  // namespace
 
 MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullptr) {
@@ -60,8 +68,6 @@ MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullpt
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
     mBytes = static_cast<uint8_t*>(bytes);
-    // A page of two megabytes would be resident beyond the window.
-    madvise(bytes, size, MADV_NOHUGEPAGE);
 }
 
 MappedFile::~MappedFile() {
@@ -74,21 +80,31 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     while (size > 0) {
         const size_t piece = offset / kPieceBytes;
         const size_t length = std::min(size, (piece + 1) * kPieceBytes - offset);
-        if (mPiece.load(std::memory_order_relaxed) != piece) enter(piece);
+        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(piece)) return false;
         if (!GuardedCopy(to, mBytes + offset, length)) return false;
         offset += length;
         to += length;
         size -= length;
     }
+    FetchAhead(mBytes + offset, mSize - offset);
     return true;
 }
 
+// A piece beside one that is kept is what a reader comes to that goes through the file.
+bool MappedFile::isBesideKept(size_t piece) const {
+    const auto isBeside = [piece](size_t kept) { return piece + 1 == kept || piece == kept + 1; };
+    return std::any_of(std::begin(mKept), std::end(mKept), isBeside);
+}
+
 // Another thread may be copying out of the piece that is given back: its pages are then only fetched again.
-void MappedFile::enter(size_t piece) {
+bool MappedFile::enter(size_t piece) {
     const std::lock_guard<std::mutex> lock(mLock);
     size_t* const end = mKept + kPiecesKept;
     size_t* found = std::find(mKept, end, piece);
     if (found == end) {
+        mVisits = piece == mVisited ? mVisits + 1 : 1;
+        mVisited = piece;
+        if (mVisits < kVisitsToEnter && !isBesideKept(piece)) return false;
         --found;
         if (*found != kNoPiece)
             madvise(mBytes + *found * kPieceBytes, std::min(kPieceBytes, mSize - *found * kPieceBytes),
@@ -97,6 +113,7 @@ void MappedFile::enter(size_t piece) {
     std::copy_backward(mKept, found, found + 1);
     mKept[0] = piece;
     mPiece.store(piece, std::memory_order_relaxed);
+    return true;
 }
 
 }  // namespace orvel

@@ -11,7 +11,8 @@
 namespace orvel {
 
 // A file's bytes as memory of this process, of which only a window is kept resident: a reader that goes
-// through a file of any size holds less than a megabyte of it. May be read from several threads at once.
+// through a file of any size holds a megabyte of it, and the rest of the large pages, if any, in which the
+// kernel has that. May be read from several threads at once.
 //
 // A file that another program shortens, or a medium that fails, makes the kernel send SIGBUS to whoever
 // touches a page that is not there any more. The first mapping installs a handler that turns this into a
@@ -26,21 +27,26 @@ class MappedFile {
     MappedFile& operator=(const MappedFile&) = delete;
 
     // Copies size bytes at an offset; all of them must lie within the size given. False when some of them are
-    // not to be had; the destination may then hold a part of them.
+    // not to be had, or lie where the reader has only just jumped to: mapping pages for a read or two costs
+    // more than reading them. The destination may then hold a part of them.
     bool read(size_t offset, void* destination, size_t size);
 
   private:
-    static constexpr size_t kPieceBytes = size_t{256} << 10;
-    static constexpr size_t kPiecesKept = 3;
-    static constexpr size_t kNoPiece = SIZE_MAX;
+    static constexpr size_t kPieceBytes = size_t{512} << 10;
+    static constexpr size_t kPiecesKept = 2;
+    static constexpr int kVisitsToEnter = 16;
+    static constexpr size_t kNoPiece = SIZE_MAX;  // beside the file's first piece
 
-    void enter(size_t piece);
+    bool enter(size_t piece);
+    bool isBesideKept(size_t piece) const;
 
     const size_t mSize;
     uint8_t* mBytes;                       // null: not mapped
     std::atomic<size_t> mPiece{kNoPiece};  // that of the last read
     std::mutex mLock;
-    size_t mKept[kPiecesKept];  // pieces that may be resident, the one entered last first
+    size_t mKept[kPiecesKept];   // pieces that may be resident, the one entered last first
+    size_t mVisited = kNoPiece;  // the piece not kept that was asked for last, and how often running
+    int mVisits = 0;
 };
 
 }  // namespace orvel

@@ -52,6 +52,8 @@ TEST_F(FileSourceTest, DeliversEveryRangeAndShortAtTheEnd) {
                       read(offset, size))
                     << size << " at " << offset;
     }
+    for (off64_t offset = 1600000; offset < 1800000; offset += 4000)
+        EXPECT_EQ(4096, read(offset, 4096)) << "where a reader goes on after a jump, at " << offset;
     EXPECT_EQ(3, read(kFileBytes - 3, 4096));
     EXPECT_EQ(0, read(kFileBytes, 1));
     EXPECT_EQ(android::BAD_VALUE, read(-1, 1));
