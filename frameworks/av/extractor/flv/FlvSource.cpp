@@ -124,8 +124,7 @@ status_t FlvSource::deliver(MediaBuffer** buffer) {
         sample->release();
         return ERROR_END_OF_STREAM;
     }
-    sample->set_range(0, size);
-    preprocess(sample);
+    preprocess(sample);  // the range is the whole buffer, as it was made
     *buffer = sample;
     return OK;
 }

@@ -40,11 +40,12 @@ bool CFlv::IsFlvFile() {
 }
 
 bool CFlv::ReadTag(Tag& tag) {
-    if (mFile->Remaining() < kTagUnitHeaderBytes) return false;
+    const int64_t mostData = mFile->Remaining() - kTagUnitHeaderBytes;
+    if (mostData < 0) return false;
     uint8_t pieces[kTagUnitHeaderBytes];
     bool arrived;
     DecodeTag(mFile->ReadTagUnitHeader(pieces, &arrived), &tag);
-    return arrived && tag.mDataSize <= mFile->Remaining();
+    return arrived && tag.mDataSize <= mostData;
 }
 
 // ReadTag at another slot, which is known to have a whole unit header, beside the cursor.
