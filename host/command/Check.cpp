@@ -84,7 +84,7 @@ Json FindingJson(const Finding& finding) {
 class CheckCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     ExitCode check(const std::string& location);
@@ -106,7 +106,7 @@ CLI::App* CheckCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode CheckCommand::run(const Plugin&) {
+ExitCode CheckCommand::run(Session&) {
     if (mListsCodes) {
         for (const KindTraits& row : AllKinds())
             PrintOut("{:<20} {:<8} {}\n", row.code, NameOf(row.severity), row.meaning);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "loader/PluginLoader.h"
+#include "command/Session.h"
 #include "support/Failure.h"
 
 namespace CLI {
@@ -25,7 +25,7 @@ class Command {
     virtual CLI::App* addTo(CLI::App& program) = 0;
 
     // Result: the worst of what its inputs ended in. A Failure ends the program.
-    virtual ExitCode run(const Plugin& plugin) = 0;
+    virtual ExitCode run(Session& session) = 0;
 };
 
 // A new subcommand is a file with one of these functions, and a row in CommandLine.cpp.

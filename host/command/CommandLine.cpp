@@ -35,8 +35,7 @@ struct ProgramOptions {
     bool isRecursive = false;
     std::string progress;
 };
-std::vector<std::string>
-        gFolderExtensions;  // of the files that a folder stands for; empty: it stands for itself
+bool gIsRecursive = false;
 
 void AddOptions(CLI::App& program, ProgramOptions* options) {
     program.add_flag("-r,--recursive", options->isRecursive, "Take all FLV files in and below folders");
@@ -103,11 +102,11 @@ ExitCode Run(const Commands& commands, const ProgramOptions& options) {
     SetProgressMode(!options.progress.empty() ? ProgressMode::kJson
                     : options.isQuiet         ? ProgressMode::kNone
                                               : ProgressMode::kTerminal);
-    Plugin plugin = Plugin::Load(options.pluginPath);
-    if (options.isRecursive) gFolderExtensions = plugin.extensions();
+    Session session(options.pluginPath);
+    gIsRecursive = options.isRecursive;
     ExitCode worst = ExitCode::kDone;
     for (const auto& [app, command] : commands) {
-        if (app->parsed()) worst = std::max(worst, command->run(plugin));
+        if (app->parsed()) worst = std::max(worst, command->run(session));
     }
     FlushOut();
     return worst;
@@ -118,8 +117,7 @@ ExitCode Run(const Commands& commands, const ProgramOptions& options) {
 ExitCode ForEachInput(const std::vector<std::string>& locations,
                       const std::function<ExitCode(const std::string&)>& work) {
     ExitCode worst = ExitCode::kDone;
-    bool expands = !gFolderExtensions.empty();
-    for (const std::string& location : expands ? ExpandFolders(locations, gFolderExtensions) : locations) {
+    for (const std::string& location : gIsRecursive ? ExpandFolders(locations) : locations) {
         try {
             worst = std::max(worst, work(location));
         } catch (const Failure& failure) {

@@ -51,7 +51,7 @@ void SendToStandardOutput(const std::string& path) {
 class ExtractCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     using Tracks = std::vector<std::unique_ptr<ExtractedTrack>>;
@@ -87,7 +87,7 @@ CLI::App* ExtractCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode ExtractCommand::run(const Plugin& plugin) {
+ExitCode ExtractCommand::run(Session& session) {
     CheckSpan(mSpan);
     if (toStandardOutput() && (mTrack.empty() || mLocations.size() > 1 || mWithTimestamps)) {
         throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
@@ -97,6 +97,7 @@ ExitCode ExtractCommand::run(const Plugin& plugin) {
     if (error) {
         throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", mFolder, error.message()));
     }
+    const Plugin& plugin = session.plugin();
     return ForEachInput(mLocations, [&](const std::string& location) { return extract(plugin, location); });
 }
 

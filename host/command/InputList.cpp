@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "command/Options.h"
 #include "source/OpenSource.h"
 
 namespace orvel {
@@ -12,22 +13,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool HasExtension(const fs::path& path, const std::vector<std::string>& extensions) {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(tolower(c)); });
-    return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+// The same that the plug-in serves. It is not asked, since some commands do without it.
+bool IsFlv(const std::string& name) {
+    return HasExtension(name, ".flv") || HasExtension(name, ".f4v");
 }
 
-std::vector<std::string> FilesIn(const std::string& folder, const std::vector<std::string>& extensions) {
+std::vector<std::string> FilesIn(const std::string& folder) {
     std::vector<std::string> files;
     std::error_code error;
     auto options = fs::directory_options::skip_permission_denied;
     for (fs::recursive_directory_iterator at(folder, options, error), end; !error && at != end;
          at.increment(error)) {
         std::error_code ignored;
-        if (at->is_regular_file(ignored) && HasExtension(at->path(), extensions))
-            files.push_back(at->path().string());
+        if (at->is_regular_file(ignored) && IsFlv(at->path())) files.push_back(at->path().string());
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -35,14 +33,13 @@ std::vector<std::string> FilesIn(const std::string& folder, const std::vector<st
 
 }  // namespace
 
-std::vector<std::string> ExpandFolders(const std::vector<std::string>& locations,
-                                       const std::vector<std::string>& extensions) {
+std::vector<std::string> ExpandFolders(const std::vector<std::string>& locations) {
     std::vector<std::string> expanded;
     for (const std::string& location : locations) {
         std::error_code error;
         bool isFolder = !IsUrl(location) && fs::is_directory(location, error);
         std::vector<std::string> files;
-        if (isFolder) files = FilesIn(location, extensions);
+        if (isFolder) files = FilesIn(location);
         if (isFolder && !error) {
             expanded.insert(expanded.end(), files.begin(), files.end());
         } else {

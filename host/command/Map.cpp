@@ -19,7 +19,7 @@ constexpr char kDescription[] =
 class MapCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     std::string mLocation;
@@ -37,7 +37,7 @@ CLI::App* MapCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode MapCommand::run(const Plugin&) {
+ExitCode MapCommand::run(Session&) {
     bool toStandardOutput = mOutput == "-";
     RequireOtherFile(mOutput, mLocation);
     std::unique_ptr<AtomicFile> file;

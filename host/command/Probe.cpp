@@ -78,7 +78,7 @@ Json IoJson(const IoPhase& phase) {
 class ProbeCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     void probe(const Plugin& plugin, const Input& input);
@@ -118,7 +118,8 @@ CLI::App* ProbeCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode ProbeCommand::run(const Plugin& plugin) {
+ExitCode ProbeCommand::run(Session& session) {
+    const Plugin& plugin = session.plugin();
     return ForEachInput(mLocations, [&](const std::string& location) {
         Input input(plugin, location);
         probe(plugin, input);

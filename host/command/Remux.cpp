@@ -32,7 +32,7 @@ constexpr char kDescription[] =
 class RemuxCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     const Container& chooseContainer() const;
@@ -57,10 +57,11 @@ CLI::App* RemuxCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode RemuxCommand::run(const Plugin& plugin) {
+ExitCode RemuxCommand::run(Session& session) {
     CheckSpan(mSpan);
     const Container& container = chooseContainer();
     RequireOtherFile(mOutput, mLocation);
+    const Plugin& plugin = session.plugin();
     Input input(plugin, mLocation);
     RequireTaken(container, input.tracks(), input.name());
     Remuxer remuxer(input, LoadAvModule());

@@ -64,7 +64,7 @@ class PictureProgress {
 class ThumbnailCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
-    ExitCode run(const Plugin& plugin) override;
+    ExitCode run(Session& session) override;
 
   private:
     static void addPair(CLI::App* app, const char* name, const char* type, std::optional<PictureSize>* pair,
@@ -105,7 +105,7 @@ CLI::App* ThumbnailCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode ThumbnailCommand::run(const Plugin& plugin) {
+ExitCode ThumbnailCommand::run(Session& session) {
     if (mLocations.size() > 1 && !mOutput.empty()) {
         throw Failure(ExitCode::kUsage, "-o: names one picture, and there are several inputs");
     }
@@ -117,6 +117,7 @@ ExitCode ThumbnailCommand::run(const Plugin& plugin) {
     bool isKnown = mOutput.empty() || mOutput == "-" || HasExtension(mOutput, ".png") ||
                    HasExtension(mOutput, ".jpg") || HasExtension(mOutput, ".jpeg");
     if (!isKnown) throw Failure(ExitCode::kUsage, mOutput + ": neither .png nor .jpg");
+    const Plugin& plugin = session.plugin();
     return ForEachInput(mLocations,
                         [&](const std::string& location) { return makePicture(plugin, location); });
 }

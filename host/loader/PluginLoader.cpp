@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -27,14 +28,16 @@ constexpr char kCreateInstance[] =
 std::string FindLibrary() {
     std::error_code error;
     fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
-    std::string tried;
+    std::vector<std::string> tried;
     for (const char* place : {".", ORVEL_PLUGIN_FOLDER, "../lib"}) {
         fs::path candidate = (folder / place / kLibrary).lexically_normal();
         if (fs::exists(candidate, error)) return candidate;
-        tried += (tried.empty() ? "" : ", ") + candidate.string();
+        bool isNew = std::find(tried.begin(), tried.end(), candidate.string()) == tried.end();
+        if (isNew) tried.push_back(candidate.string());
     }
     throw Failure(ExitCode::kInputOutput,
-                  fmt::format("the plug-in was not found (looked for {}); name it with --plugin", tried));
+                  fmt::format("the plug-in was not found (looked for {}); name it with --plugin",
+                              fmt::join(tried, ", ")));
 }
 
 template <typename Function>

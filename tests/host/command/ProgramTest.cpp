@@ -24,6 +24,21 @@ TEST_F(ProgramTest, FoldersStandForTheirFiles) {
     EXPECT_THAT(outcome.err, testing::MatchesRegex("[^\n]*a/y.flv: byte offset 0[^\n]*\n"));
 }
 
+TEST_F(ProgramTest, LoadsThePlugInOnlyForWhatUsesIt) {
+    for (const char* file : {"orvel-flv", "liborvel_platform.so"})
+        std::filesystem::copy(std::string(ORVEL_BINARY_DIR "/bin/") + file, path(file));
+    const std::string alone = "LD_LIBRARY_PATH=. $ORVEL_EMULATOR ./orvel-flv ",
+                      file = kSamples + "hevc_aac.flv";
+    EXPECT_EQ("00", shell(alone + "check -r " + file + " >&2; printf $?; " + alone + "map " + file +
+                          " -o a.svg; printf $?")
+                            .out);
+    const Outcome probe = shell(alone + "probe " + file);
+    EXPECT_EQ(3, probe.code);
+    EXPECT_THAT(probe.err, HasSubstr("looked for /"));
+    write("places", Bytes(probe.err.begin(), probe.err.end()));
+    EXPECT_EQ("", shell("grep -o '[^ ]*/libflvextractor.so' places | sort | uniq -d").out);
+}
+
 TEST_F(ProgramTest, NamesOfEveryKindStandBehindTwoDashes) {
     shell("for name in a -q -- check; do cp " + kSamples + "h263_mp3.flv ./$name; done");
     Outcome outcome = run("probe a -- -q -- check");
