@@ -4,6 +4,7 @@
 
 #include "command/Command.h"
 #include "command/Description.h"
+#include "command/InputList.h"
 #include "inspect/Inspection.h"
 #include "source/OpenSource.h"
 #include "support/Terminal.h"
@@ -106,14 +107,15 @@ CLI::App* CheckCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode CheckCommand::run(Session&) {
+ExitCode CheckCommand::run(Session& session) {
     if (mListsCodes) {
         for (const KindTraits& row : AllKinds())
             PrintOut("{:<20} {:<8} {}\n", row.code, NameOf(row.severity), row.meaning);
         return ExitCode::kDone;
     }
     if (mLocations.empty()) throw Failure(ExitCode::kUsage, "check: FILE is required");
-    return ForEachInput(mLocations, [&](const std::string& location) { return check(location); });
+    InputList inputs(mLocations, session.isRecursive());
+    return inputs.forEach([&](const std::string& location) { return check(location); });
 }
 
 ExitCode CheckCommand::check(const std::string& location) {

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "command/Session.h"
 #include "support/Failure.h"
@@ -35,10 +32,5 @@ std::unique_ptr<Command> MakeRemuxCommand();
 std::unique_ptr<Command> MakeThumbnailCommand();
 std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeMapCommand();
-
-// Does the work for each input in turn, and with --recursive for each file in a folder. One that fails is
-// complained about, and the next one is taken; the result is the worst exit code.
-ExitCode ForEachInput(const std::vector<std::string>& locations,
-                      const std::function<ExitCode(const std::string&)>& work);
 
 }  // namespace orvel

@@ -8,7 +8,6 @@
 #include <sstream>
 
 #include "command/Command.h"
-#include "command/InputList.h"
 #include "command/PlatformLog.h"
 #include "support/Progress.h"
 #include "support/Terminal.h"
@@ -35,7 +34,6 @@ struct ProgramOptions {
     bool isRecursive = false;
     std::string progress;
 };
-bool gIsRecursive = false;
 
 void AddOptions(CLI::App& program, ProgramOptions* options) {
     program.add_flag("-r,--recursive", options->isRecursive, "Take all FLV files in and below folders");
@@ -102,8 +100,7 @@ ExitCode Run(const Commands& commands, const ProgramOptions& options) {
     SetProgressMode(!options.progress.empty() ? ProgressMode::kJson
                     : options.isQuiet         ? ProgressMode::kNone
                                               : ProgressMode::kTerminal);
-    Session session(options.pluginPath);
-    gIsRecursive = options.isRecursive;
+    Session session(options.pluginPath, options.isRecursive);
     ExitCode worst = ExitCode::kDone;
     for (const auto& [app, command] : commands) {
         if (app->parsed()) worst = std::max(worst, command->run(session));
@@ -113,20 +110,6 @@ ExitCode Run(const Commands& commands, const ProgramOptions& options) {
 }
 
 }  // namespace
-
-ExitCode ForEachInput(const std::vector<std::string>& locations,
-                      const std::function<ExitCode(const std::string&)>& work) {
-    ExitCode worst = ExitCode::kDone;
-    for (const std::string& location : gIsRecursive ? ExpandFolders(locations) : locations) {
-        try {
-            worst = std::max(worst, work(location));
-        } catch (const Failure& failure) {
-            Complain(failure.what());
-            worst = std::max(worst, failure.code());
-        }
-    }
-    return worst;
-}
 
 int RunCommandLine(int argc, const char* const* argv) {
     // A socket or a pipe that goes away is an error where it is written to, not the end of the process.

@@ -5,13 +5,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <set>
 #include <system_error>
 
 #include "command/Command.h"
 #include "command/ExtractedTrack.h"
+#include "command/InputList.h"
 #include "command/Options.h"
 #include "command/SpanReader.h"
+#include "command/WrittenFiles.h"
 #include "source/FileSource.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
@@ -68,7 +69,7 @@ class ExtractCommand : public Command {
     Span mSpan;
     bool mWithTimestamps = false;
     bool mForce = false;
-    std::set<std::string> mWritten;
+    WrittenFiles mWritten;
 };
 
 CLI::App* ExtractCommand::addTo(CLI::App& program) {
@@ -89,7 +90,8 @@ CLI::App* ExtractCommand::addTo(CLI::App& program) {
 
 ExitCode ExtractCommand::run(Session& session) {
     CheckSpan(mSpan);
-    if (toStandardOutput() && (mTrack.empty() || mLocations.size() > 1 || mWithTimestamps)) {
+    InputList inputs(mLocations, session.isRecursive());
+    if (toStandardOutput() && (mTrack.empty() || inputs.size() > 1 || mWithTimestamps)) {
         throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
     }
     std::error_code error;
@@ -98,7 +100,7 @@ ExitCode ExtractCommand::run(Session& session) {
         throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", mFolder, error.message()));
     }
     const Plugin& plugin = session.plugin();
-    return ForEachInput(mLocations, [&](const std::string& location) { return extract(plugin, location); });
+    return inputs.forEach([&](const std::string& location) { return extract(plugin, location); });
 }
 
 ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& location) {
@@ -122,7 +124,7 @@ ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& locati
         } else if (!report.empty()) {
             PrintOut("{}\n", EscapeControls(report));
         }
-        mWritten.insert(track->path());
+        if (!report.empty()) mWritten.add(track->path());
         if (warn(input, *track)) ++cutShort;
     }
     return cutShort == tracks.size() ? ExitCode::kDamaged : ExitCode::kDone;
@@ -135,16 +137,13 @@ ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std:
         if (!mTrack.empty() && mTrack != format.kindName()) continue;
         try {
             auto existing = mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep;
-            tracks.push_back(std::make_unique<ExtractedTrack>(input, i, stem, existing, mWithTimestamps));
+            std::string path = PathOfTrack(stem, format);
+            mWritten.requireNew(path, input.name());
+            tracks.push_back(std::make_unique<ExtractedTrack>(input, i, path, existing, mWithTimestamps));
         } catch (const Failure& failure) {
             if (failure.code() != ExitCode::kDamaged) throw;
             throw Failure(failure.code(),
                           fmt::format("{}: {} track: {}", input.name(), format.kindName(), failure.what()));
-        }
-        if (mWritten.count(tracks.back()->path()) > 0) {
-            throw Failure(ExitCode::kInputOutput,
-                          fmt::format("{}: would replace {}, made from an input of the same name",
-                                      input.name(), tracks.back()->path()));
         }
     }
     if (tracks.empty()) {

@@ -14,12 +14,6 @@ namespace {
 
 constexpr int64_t kSecond = 1000000;
 
-std::string PathFor(const std::string& stem, const TrackFormat& format) {
-    const char* extension = TraitsOf(format.codec).extension;
-    if (extension != nullptr) return stem + extension;
-    throw Failure(ExitCode::kDamaged, fmt::format("tracks of type {} cannot be written", format.mime));
-}
-
 std::string OtherThanInput(const std::string& path, const Input& input) {
     RequireOtherFile(path, input.location());
     return path;
@@ -55,11 +49,15 @@ bool TrackSpan::endsWellBefore(int64_t timeUs) const {
     return timeUs - mLatestUs > slack;
 }
 
-ExtractedTrack::ExtractedTrack(const Input& input, size_t track, const std::string& stem,
+std::string PathOfTrack(const std::string& stem, const TrackFormat& format) {
+    const char* extension = TraitsOf(format.codec).extension;
+    if (extension != nullptr) return stem + extension;
+    throw Failure(ExitCode::kDamaged, fmt::format("tracks of type {} cannot be written", format.mime));
+}
+
+ExtractedTrack::ExtractedTrack(const Input& input, size_t track, const std::string& path,
                                AtomicFile::Existing existing, bool withTimestamps)
-    : mFormat(input.tracks()[track]),
-      mTrack(track),
-      mFile(OtherThanInput(PathFor(stem, mFormat), input), existing) {
+    : mFormat(input.tracks()[track]), mTrack(track), mFile(OtherThanInput(path, input), existing) {
     mWriter = MakeSampleWriter(mFormat, MeasurePackets(input, track), mFile);
     if (!withTimestamps) return;
     mTimestampsFile =

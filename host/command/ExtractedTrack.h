@@ -31,12 +31,15 @@ class TrackSpan {
     int64_t mLongestGapUs = 0;
 };
 
+// The file for a track: its stem with the codec's extension. Throws Failure (kDamaged) for a codec that has
+// none.
+std::string PathOfTrack(const std::string& stem, const TrackFormat& format);
+
 // One track on its way into files: the elementary stream and, if wanted, its timestamps.
 class ExtractedTrack {
   public:
-    // stem is the path of the files without extension. Throws Failure when a file is there already or cannot
-    // be made.
-    ExtractedTrack(const Input& input, size_t track, const std::string& stem, AtomicFile::Existing existing,
+    // Throws Failure when a file is there already or cannot be made.
+    ExtractedTrack(const Input& input, size_t track, const std::string& path, AtomicFile::Existing existing,
                    bool withTimestamps);
 
     void write(const AccessUnit& sample);

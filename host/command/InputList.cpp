@@ -7,6 +7,7 @@
 
 #include "command/Options.h"
 #include "source/OpenSource.h"
+#include "support/Terminal.h"
 
 namespace orvel {
 namespace {
@@ -33,20 +34,36 @@ std::vector<std::string> FilesIn(const std::string& folder) {
 
 }  // namespace
 
-std::vector<std::string> ExpandFolders(const std::vector<std::string>& locations) {
-    std::vector<std::string> expanded;
-    for (const std::string& location : locations) {
+InputList::InputList(const std::vector<std::string>& names, bool expandsFolders) {
+    for (const std::string& name : names) {
         std::error_code error;
-        bool isFolder = !IsUrl(location) && fs::is_directory(location, error);
-        std::vector<std::string> files;
-        if (isFolder) files = FilesIn(location);
+        bool isFolder = expandsFolders && !IsUrl(name) && fs::is_directory(name, error);
+        // One that cannot be opened would seem to be empty.
+        if (isFolder) fs::directory_iterator(name, error);
         if (isFolder && !error) {
-            expanded.insert(expanded.end(), files.begin(), files.end());
+            addFolder(name);
         } else {
-            expanded.push_back(location);
+            mLocations.push_back(name);
         }
     }
-    return expanded;
+}
+
+void InputList::addFolder(const std::string& folder) {
+    std::vector<std::string> files = FilesIn(folder);
+    mLocations.insert(mLocations.end(), files.begin(), files.end());
+}
+
+ExitCode InputList::forEach(const std::function<ExitCode(const std::string&)>& work) const {
+    ExitCode worst = ExitCode::kDone;
+    for (const std::string& location : mLocations) {
+        try {
+            worst = std::max(worst, work(location));
+        } catch (const Failure& failure) {
+            Complain(failure.what());
+            worst = std::max(worst, failure.code());
+        }
+    }
+    return worst;
 }
 
 }  // namespace orvel

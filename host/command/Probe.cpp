@@ -4,6 +4,7 @@
 
 #include "command/Command.h"
 #include "command/Description.h"
+#include "command/InputList.h"
 #include "command/IoProbe.h"
 #include "command/Options.h"
 #include "command/SeekProbe.h"
@@ -120,7 +121,8 @@ CLI::App* ProbeCommand::addTo(CLI::App& program) {
 
 ExitCode ProbeCommand::run(Session& session) {
     const Plugin& plugin = session.plugin();
-    return ForEachInput(mLocations, [&](const std::string& location) {
+    InputList inputs(mLocations, session.isRecursive());
+    return inputs.forEach([&](const std::string& location) {
         Input input(plugin, location);
         probe(plugin, input);
         input.throwIfReadsFailed();

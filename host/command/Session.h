@@ -12,8 +12,10 @@ namespace orvel {
 // What a command works with besides its own options: what the options of the program itself say.
 class Session {
   public:
-    // pluginPath: the plug-in to load; empty for the one that belongs to the program.
-    explicit Session(std::string pluginPath) : mPluginPath(std::move(pluginPath)) {}
+    // pluginPath: the plug-in to load; empty for the one that belongs to the program. isRecursive: whether
+    // folders may be named, too, and stand for their files.
+    Session(std::string pluginPath, bool isRecursive)
+        : mPluginPath(std::move(pluginPath)), mIsRecursive(isRecursive) {}
 
     // Loaded by the first call, so that commands without one work where there is none. Throws Failure
     // (kInputOutput) when it cannot be.
@@ -22,8 +24,11 @@ class Session {
         return *mPlugin;
     }
 
+    bool isRecursive() const { return mIsRecursive; }
+
   private:
     const std::string mPluginPath;
+    const bool mIsRecursive;
     std::optional<Plugin> mPlugin;
 };
 

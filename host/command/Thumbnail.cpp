@@ -6,7 +6,9 @@
 
 #include "av/LoadAvModule.h"
 #include "command/Command.h"
+#include "command/InputList.h"
 #include "command/Options.h"
+#include "command/WrittenFiles.h"
 #include "picture/ContactSheet.h"
 #include "support/Progress.h"
 #include "support/Terminal.h"
@@ -80,6 +82,7 @@ class ThumbnailCommand : public Command {
     std::optional<PictureSize> mSize;
     std::optional<PictureSize> mGrid;
     bool mForce = false;
+    WrittenFiles mWritten;
 };
 
 void ThumbnailCommand::addPair(CLI::App* app, const char* name, const char* type,
@@ -106,7 +109,8 @@ CLI::App* ThumbnailCommand::addTo(CLI::App& program) {
 }
 
 ExitCode ThumbnailCommand::run(Session& session) {
-    if (mLocations.size() > 1 && !mOutput.empty()) {
+    InputList inputs(mLocations, session.isRecursive());
+    if (inputs.size() > 1 && !mOutput.empty()) {
         throw Failure(ExitCode::kUsage, "-o: names one picture, and there are several inputs");
     }
     if (mGrid && mAtUs)
@@ -118,14 +122,14 @@ ExitCode ThumbnailCommand::run(Session& session) {
                    HasExtension(mOutput, ".jpg") || HasExtension(mOutput, ".jpeg");
     if (!isKnown) throw Failure(ExitCode::kUsage, mOutput + ": neither .png nor .jpg");
     const Plugin& plugin = session.plugin();
-    return ForEachInput(mLocations,
-                        [&](const std::string& location) { return makePicture(plugin, location); });
+    return inputs.forEach([&](const std::string& location) { return makePicture(plugin, location); });
 }
 
 ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& location) {
     std::string path = mOutput.empty() ? StemOf(location, plugin.extensions()) + ".png" : mOutput;
     RequireOtherFile(path, location);
     Input input(plugin, location);
+    mWritten.requireNew(path, input.name());
     const TrackFormat& format = input.tracks()[0];
     if (format.kind != TrackKind::kVideo)
         throw Failure(ExitCode::kDamaged, input.name() + ": no video track");
@@ -139,6 +143,7 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
         KeyPicture found = findOne(&pictures, input, format);
         save(path, found.picture, fmt::format("key frame at {} s", FormatSeconds(found.timeUs)));
     }
+    mWritten.add(path);
     return ExitCode::kDone;
 }
 

@@ -24,11 +24,31 @@ TEST_F(ProgramTest, FoldersStandForTheirFiles) {
     EXPECT_THAT(outcome.err, testing::MatchesRegex("[^\n]*a/y.flv: byte offset 0[^\n]*\n"));
 }
 
+TEST_F(ProgramTest, InputsOfOneNameDoNotReplaceEachOthersFiles) {
+    shell("mkdir -p in/a in/b && cp " + kSamples + "h263_mp3.flv in/a/x.flv && cp " + kSamples +
+          "hevc_aac.flv in/b/x.flv");
+    const std::tuple<std::string, int, std::string> cases[] = {
+            {"extract -r --track audio -o - in", 2, "takes one input"},
+            {"thumbnail -r -o one.png in", 2, "-o: names one picture"},
+            {"thumbnail -r -o - in", 2, "-o: names one picture"},
+            {"extract -r --force in in/a", 3,
+             "in/a/x.flv: would replace x.ivf, made from an input of the same"},
+            {"thumbnail -r --force in", 3,
+             "in/b/x.flv: would replace x.png, made from an input of the same"}};
+    bool hasCodecs = std::filesystem::exists(ORVEL_BINARY_DIR "/bin/liborvel_flv_av.so");
+    for (const auto& [words, code, message] : cases) {
+        if (words == "thumbnail -r --force in" && !hasCodecs) continue;
+        Outcome outcome = run(words);
+        EXPECT_EQ(code, outcome.code) << words;
+        EXPECT_THAT(outcome.err, HasSubstr(message));
+    }
+    EXPECT_EQ(std::string("in\nx.aac\nx.h265\nx.ivf\nx.mp3\n") + (hasCodecs ? "x.png\n" : ""), list());
+}
+
 TEST_F(ProgramTest, LoadsThePlugInOnlyForWhatUsesIt) {
     for (const char* file : {"orvel-flv", "liborvel_platform.so"})
         std::filesystem::copy(std::string(ORVEL_BINARY_DIR "/bin/") + file, path(file));
-    const std::string alone = "LD_LIBRARY_PATH=. $ORVEL_EMULATOR ./orvel-flv ",
-                      file = kSamples + "hevc_aac.flv";
+    const std::string alone = "$ORVEL_EMULATOR ./orvel-flv ", file = kSamples + "hevc_aac.flv";
     EXPECT_EQ("00", shell(alone + "check -r " + file + " >&2; printf $?; " + alone + "map " + file +
                           " -o a.svg; printf $?")
                             .out);
