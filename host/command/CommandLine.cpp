@@ -36,7 +36,8 @@ struct ProgramOptions {
 };
 
 void AddOptions(CLI::App& program, ProgramOptions* options) {
-    program.add_flag("-r,--recursive", options->isRecursive, "Take all FLV files in and below folders");
+    program.add_flag("-r,--recursive", options->isRecursive,
+                     "Take all FLV files in and below folders (not for remux and map)");
     program.add_flag("-q,--quiet", options->isQuiet, "No progress on standard error");
     program.add_option("--progress", options->progress,
                        "Progress as JSON lines on standard error, for programs (default: on a terminal only)")

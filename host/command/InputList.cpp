@@ -51,10 +51,13 @@ InputList::InputList(const std::vector<std::string>& names, bool expandsFolders)
 void InputList::addFolder(const std::string& folder) {
     std::vector<std::string> files = FilesIn(folder);
     mLocations.insert(mLocations.end(), files.begin(), files.end());
+    if (!files.empty()) return;
+    Complain(folder + ": no FLV files in or below this folder");
+    mWorst = std::max(mWorst, ExitCode::kDamaged);
 }
 
 ExitCode InputList::forEach(const std::function<ExitCode(const std::string&)>& work) const {
-    ExitCode worst = ExitCode::kDone;
+    ExitCode worst = mWorst;
     for (const std::string& location : mLocations) {
         try {
             worst = std::max(worst, work(location));

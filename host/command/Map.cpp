@@ -37,7 +37,8 @@ CLI::App* MapCommand::addTo(CLI::App& program) {
     return app;
 }
 
-ExitCode MapCommand::run(Session&) {
+ExitCode MapCommand::run(Session& session) {
+    session.refuseFolders("map");
     bool toStandardOutput = mOutput == "-";
     RequireOtherFile(mOutput, mLocation);
     std::unique_ptr<AtomicFile> file;

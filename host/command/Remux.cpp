@@ -58,6 +58,7 @@ CLI::App* RemuxCommand::addTo(CLI::App& program) {
 }
 
 ExitCode RemuxCommand::run(Session& session) {
+    session.refuseFolders("remux");
     CheckSpan(mSpan);
     const Container& container = chooseContainer();
     RequireOtherFile(mOutput, mLocation);

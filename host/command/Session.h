@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "loader/PluginLoader.h"
+#include "support/Failure.h"
 
 namespace orvel {
 
@@ -25,6 +26,11 @@ class Session {
     }
 
     bool isRecursive() const { return mIsRecursive; }
+    // For a command with one input and one output: throws Failure (kUsage) when folders may be named.
+    void refuseFolders(const std::string& command) const {
+        if (!mIsRecursive) return;
+        throw Failure(ExitCode::kUsage, "-r: " + command + " takes one file, and no folders");
+    }
 
   private:
     const std::string mPluginPath;

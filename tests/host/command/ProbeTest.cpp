@@ -15,7 +15,7 @@ class ProbeTest : public HostTest {};
 TEST_F(ProbeTest, UsageErrors) {
     for (std::string arguments :
          {"", "frob", "probe", "probe --wrong x", "probe --seek 1:99 x", "extract --track subtitles x",
-          "extract --from 2 --to 2 x", "extract --from=-1 x"}) {
+          "extract --from 2 --to 2 x", "extract --from=-1 x", "remux -r . a.mkv", "map . -o a.svg -r"}) {
         Outcome outcome = run(arguments);
         EXPECT_EQ(2, outcome.code) << arguments;
         EXPECT_THAT(outcome.err, MatchesRegex("orvel-flv: [^\n]+\n")) << arguments;
