@@ -38,7 +38,7 @@ struct ProgramOptions {
 void AddOptions(CLI::App& program, ProgramOptions* options) {
     program.add_flag("-r,--recursive", options->isRecursive,
                      "Take all FLV files in and below folders (not for remux and map)");
-    program.add_flag("-q,--quiet", options->isQuiet, "No progress on standard error");
+    program.add_flag("-q,--quiet", options->isQuiet, "No line of progress on a terminal");
     program.add_option("--progress", options->progress,
                        "Progress as JSON lines on standard error, for programs (default: on a terminal only)")
             ->check(CLI::IsMember({"json"}))

@@ -7,6 +7,7 @@
 
 #include "command/Options.h"
 #include "source/OpenSource.h"
+#include "support/Progress.h"
 #include "support/Terminal.h"
 
 namespace orvel {
@@ -58,14 +59,16 @@ void InputList::addFolder(const std::string& folder) {
 
 ExitCode InputList::forEach(const std::function<ExitCode(const std::string&)>& work) const {
     ExitCode worst = mWorst;
-    for (const std::string& location : mLocations) {
+    for (size_t i = 0; i < mLocations.size(); ++i) {
+        SetProgressPlace(i + 1, mLocations.size());
         try {
-            worst = std::max(worst, work(location));
+            worst = std::max(worst, work(mLocations[i]));
         } catch (const Failure& failure) {
             Complain(failure.what());
             worst = std::max(worst, failure.code());
         }
     }
+    ClearStatus();
     return worst;
 }
 

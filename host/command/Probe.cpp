@@ -9,6 +9,7 @@
 #include "command/Options.h"
 #include "command/SeekProbe.h"
 #include "command/SpanReader.h"
+#include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -83,6 +84,7 @@ class ProbeCommand : public Command {
 
   private:
     void probe(const Plugin& plugin, const Input& input);
+    void tellPlace(const Input& input) const;
     void forEachSample(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings,
                        const std::function<void(size_t, const AccessUnit&)>& show);
     void showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
@@ -126,8 +128,17 @@ ExitCode ProbeCommand::run(Session& session) {
         Input input(plugin, location);
         probe(plugin, input);
         input.throwIfReadsFailed();
+        tellPlace(input);
         return ExitCode::kDone;
     });
+}
+
+// One input takes milliseconds, a folder of them may not.
+void ProbeCommand::tellPlace(const Input& input) const {
+    if (mWithPackets) return;
+    Progress progress(input.name(), input.size());
+    progress.update(0);
+    progress.finish();
 }
 
 void ProbeCommand::probe(const Plugin& plugin, const Input& input) {

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "HostFixture.h"
 #include "source/NginxServer.h"
+#include "support/Progress.h"
 
 namespace orvel {
 namespace {
@@ -38,7 +41,7 @@ TEST_F(ProgressTest, JsonLinesRiseToTheEnd) {
     }
     for (const std::string& words : cases) {
         SCOPED_TRACE(words);
-        Outcome outcome = run("--progress json " + words);
+        Outcome outcome = run("--quiet --progress json " + words);
         ASSERT_EQ(0, outcome.code) << outcome.err;
         std::istringstream lines(outcome.err);
         int64_t latest = 0, percent = 0, count = 0;
@@ -55,10 +58,37 @@ TEST_F(ProgressTest, JsonLinesRiseToTheEnd) {
     }
 }
 
+TEST(Progress, ManySmallInputsAreOneRun) {
+    testing::internal::CaptureStderr();
+    SetProgressMode(ProgressMode::kJson);
+    for (size_t i = 1; i <= 12; ++i) {
+        SetProgressPlace(i, 12);
+        Progress progress("small", 300);
+        progress.update(100);
+        usleep(100000);
+        progress.finish();
+    }
+    std::istringstream lines(testing::internal::GetCapturedStderr());
+    nlohmann::json json;
+    size_t count = 0, index = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        json = nlohmann::json::parse(line);
+        EXPECT_LE(index, json["index"]);
+        index = json["index"];
+    }
+    EXPECT_GE(count, 3u);
+    EXPECT_EQ("[12,12,100,0]",
+              nlohmann::json({index, json["count"], json["percent"], json["seconds_left"]}).dump());
+    const int64_t rate = json["bytes_per_second"];  // of all inputs, 3600 bytes in 1.2 s and more
+    EXPECT_TRUE(rate > 300 && rate <= 3000) << rate;
+}
+
 TEST_F(ProgressTest, ALineOnTerminalsOnly) {
     EXPECT_EQ("", run("extract " + url).err);
     EXPECT_THAT(onTerminal("extract -o b " + url).out,
                 testing::ContainsRegex("a.flv: [0-9]+ %, [0-9.]+ MB/s, 0:0"));
+    EXPECT_THAT(onTerminal("check " + url + " " + url).out,
+                testing::ContainsRegex("a.flv: [0-9]+ %, file 2 of 2, [0-9.]+ MB/s, 0:0"));
     EXPECT_THAT(onTerminal("extract -o c --quiet " + url).out, Not(HasSubstr("%")));
     EXPECT_EQ(shell("cat a.* | md5sum").out, shell("cat b/a.* | md5sum").out);
 }
