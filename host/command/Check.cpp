@@ -89,6 +89,7 @@ class CheckCommand : public Command {
 
   private:
     ExitCode check(const std::string& location);
+    Inspection inspect(const std::string& location) const;
     void showText(const std::string& name, const Inspection& report) const;
     void showJson(const std::string& name, const Inspection& report) const;
 
@@ -120,7 +121,7 @@ ExitCode CheckCommand::run(Session& session) {
 
 ExitCode CheckCommand::check(const std::string& location) {
     std::string name = ShownLocation(location);
-    Inspection report = InspectLocation(location);
+    Inspection report = inspect(location);
     if (mAsJson) {
         showJson(name, report);
     } else {
@@ -129,6 +130,20 @@ ExitCode CheckCommand::check(const std::string& location) {
     bool isBad = report.findings.count(Severity::kError) > 0 ||
                  (mIsStrict && report.findings.count(Severity::kWarning) > 0);
     return isBad ? ExitCode::kDamaged : ExitCode::kDone;
+}
+
+Inspection CheckCommand::inspect(const std::string& location) const {
+    try {
+        return InspectLocation(location);
+    } catch (const Failure& failure) {
+        if (!mAsJson) throw;
+        Json json = ErrorJson(location, failure.what());
+        json["streams"] = Json::array();
+        json["findings"] = Json::array();
+        json["counts"] = Json::object();
+        WriteOut(Dump(json) + "\n");
+        throw;
+    }
 }
 
 void CheckCommand::showText(const std::string& name, const Inspection& report) const {

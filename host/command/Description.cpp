@@ -9,6 +9,7 @@
 
 #include "format/AudioConfiguration.h"
 #include "format/ParameterSets.h"
+#include "source/OpenSource.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -157,6 +158,10 @@ Json SampleJson(const TrackFormat& format, size_t track, const AccessUnit& sampl
             {"size", sample.bytes.size},
             {"flags", sample.isSync ? "K_" : "__"},
             {"data_hash", fmt::format("CRC32:{:08x}", SampleCrc(sample))}};
+}
+
+Json ErrorJson(const std::string& location, const std::string& why) {
+    return {{"filename", ShownLocation(location)}, {"error", why}};
 }
 
 uint32_t SampleCrc(const AccessUnit& sample) {

@@ -31,6 +31,10 @@ nlohmann::ordered_json SampleJson(const TrackFormat& format, size_t track, const
 // The CRC-32 of a sample's bytes, as zlib and ffprobe compute it.
 uint32_t SampleCrc(const AccessUnit& sample);
 
+// How the document of an input begins that did not open: its name, and why. The members that programs look
+// into are to follow, empty.
+nlohmann::ordered_json ErrorJson(const std::string& location, const std::string& why);
+
 // Microseconds as the number of seconds that prints with as many digits as it needs.
 double Seconds(int64_t timeUs);
 

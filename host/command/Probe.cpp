@@ -9,6 +9,7 @@
 #include "command/Options.h"
 #include "command/SeekProbe.h"
 #include "command/SpanReader.h"
+#include "source/OpenSource.h"
 #include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
@@ -83,6 +84,7 @@ class ProbeCommand : public Command {
     ExitCode run(Session& session) override;
 
   private:
+    std::unique_ptr<Input> open(const Plugin& plugin, const std::string& location) const;
     void probe(const Plugin& plugin, const Input& input);
     void tellPlace(const Input& input) const;
     void forEachSample(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings,
@@ -125,12 +127,25 @@ ExitCode ProbeCommand::run(Session& session) {
     const Plugin& plugin = session.plugin();
     InputList inputs(mLocations, session.isRecursive());
     return inputs.forEach([&](const std::string& location) {
-        Input input(plugin, location);
-        probe(plugin, input);
-        input.throwIfReadsFailed();
-        tellPlace(input);
+        std::unique_ptr<Input> input = open(plugin, location);
+        probe(plugin, *input);
+        input->throwIfReadsFailed();
+        tellPlace(*input);
         return ExitCode::kDone;
     });
+}
+
+std::unique_ptr<Input> ProbeCommand::open(const Plugin& plugin, const std::string& location) const {
+    try {
+        return std::make_unique<Input>(plugin, location);
+    } catch (const Failure& failure) {
+        if (!mAsJson) throw;
+        Json json = ErrorJson(location, failure.what());
+        json["streams"] = Json::array();
+        json["format"]["filename"] = json["filename"];
+        WriteOut(Dump(json) + "\n");
+        throw;
+    }
 }
 
 // One input takes milliseconds, a folder of them may not.
@@ -212,6 +227,7 @@ void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vecto
         for (const IoPhase& phase : ProbeIo(plugin, input))
             rest["io"].push_back(IoJson(phase));
     }
+    if (input.source().hasFailed()) rest["error"] = LastReadError(input.source().inner(), input.name());
     WriteOut(Dump(rest).substr(1) + "\n");
 }
 

@@ -31,6 +31,29 @@ TEST_F(ProgramTest, FoldersStandForTheirFiles) {
     }
 }
 
+TEST_F(ProgramTest, EveryInputHasItsJsonDocument) {
+    const std::string good = kSamples + "h263_mp3.flv",
+                      inputs = " --json " + good + " missing.flv empty " + good;
+    shell("> empty");
+    for (std::string command : {"probe", "check"}) {
+        const Outcome outcome = run(command + inputs);
+        EXPECT_EQ(3, outcome.code);
+        std::istringstream lines(outcome.out);
+        std::vector<nlohmann::json> documents;
+        for (std::string line; std::getline(lines, line);)
+            documents.push_back(nlohmann::json::parse(line));
+        ASSERT_EQ(4u, documents.size()) << outcome.out;
+        EXPECT_EQ("missing.flv", documents[1]["filename"]);
+        EXPECT_EQ("missing.flv: No such file or directory", documents[1]["error"]);
+        for (const char* member : {"streams", command == "probe" ? "format" : "findings"})
+            EXPECT_EQ(documents[0][member].type(), documents[1].at(member).type()) << member;
+        EXPECT_EQ("empty", documents[2]["filename"]);
+        EXPECT_EQ(command == "probe", documents[2].contains("error"));  // check has findings of it
+        EXPECT_EQ(documents[0], documents[3]);
+        EXPECT_FALSE(documents[3].contains("error"));
+    }
+}
+
 TEST_F(ProgramTest, InputsOfOneNameDoNotReplaceEachOthersFiles) {
     shell("mkdir -p in/a in/b && cp " + kSamples + "h263_mp3.flv in/a/x.flv && cp " + kSamples +
           "hevc_aac.flv in/b/x.flv");
