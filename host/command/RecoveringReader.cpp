@@ -6,6 +6,7 @@
 #include <media/stagefright/MediaErrors.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "support/TimeText.h"
 
@@ -105,7 +106,9 @@ android::status_t RecoveringReader::readLater(android::MediaBuffer** buffer, con
 }
 
 android::status_t RecoveringReader::deliver(android::MediaBuffer** buffer) {
-    mLatestUs = std::max(mLatestUs, TimeOf(*buffer));
+    int64_t timeUs = TimeOf(*buffer);
+    if (mLatestUs >= 0 && timeUs > mLatestUs) mStepsUs[mNextStep++ % mStepsUs.size()] = timeUs - mLatestUs;
+    mLatestUs = std::max(mLatestUs, timeUs);
     return android::OK;
 }
 
@@ -115,8 +118,8 @@ android::status_t RecoveringReader::recover(android::MediaBuffer** buffer) {
         openTrack();
         if (mSource == nullptr || mSource->start() != android::OK) break;
         if (resume(buffer) != android::OK) continue;
-        mReport(LostSpan{mLatestUs, TimeOf(*buffer)});
-        mFloorUs = mLatestUs;
+        mReport(LostSpan{mLatestUs, TimeOf(*buffer), usualStepUs()});
+        mFloorUs = std::exchange(mLatestUs, -1);  // what damage costs is no step of the track's
         return deliver(buffer);
     }
     return android::ERROR_END_OF_STREAM;
@@ -200,8 +203,10 @@ TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t trac
 
 std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span) {
     std::string from = span.lastUs < 0 ? "its beginning" : FormatSeconds(span.lastUs) + " s";
-    return fmt::format("{}: damaged: the {} track has nothing between {} and {} s", input.name(),
-                       input.tracks()[track].kindName(), from, FormatSeconds(span.resumedUs));
+    std::string what = span.isHole() ? fmt::format("has nothing between {} and {} s", from,
+                                                   FormatSeconds(span.resumedUs))
+                                     : fmt::format("goes on behind {} without a gap", from);
+    return fmt::format("{}: damaged: the {} track {}", input.name(), input.tracks()[track].kindName(), what);
 }
 
 }  // namespace orvel

@@ -3,6 +3,8 @@
 
 #include <media/stagefright/MediaSource.h>
 
+#include <algorithm>
+#include <array>
 #include <functional>
 #include <optional>
 
@@ -11,10 +13,16 @@
 
 namespace orvel {
 
-// What a track has lost to damage: of the samples between these times none was delivered.
+// Where a track was read on behind damage: of the samples between these times, if there were any, none was
+// delivered.
 struct LostSpan {
     int64_t lastUs = 0;     // the latest sample before; -1 when there was none
     int64_t resumedUs = 0;  // the sample that reading went on with
+    int64_t usualUs = 0;    // the longest step from one sample to a later one shortly before
+
+    // Whether the track has a hole there. Times are whole milliseconds, so that steps of one length differ by
+    // one.
+    bool isHole() const { return lastUs < 0 || resumedUs - lastUs > usualUs + 1000; }
 };
 using LossReport = std::function<void(const LostSpan&)>;
 
@@ -54,6 +62,7 @@ class RecoveringReader : public android::MediaSource {
     int64_t goBack(int64_t failedUs, int64_t landedUs);
     std::optional<int64_t> probe(int64_t timeUs);
     bool isLater(android::MediaBuffer* buffer) const;
+    int64_t usualStepUs() const { return *std::max_element(mStepsUs.begin(), mStepsUs.end()); }
 
     const Plugin& mPlugin;
     const TrackFormat mFormat;
@@ -62,6 +71,8 @@ class RecoveringReader : public android::MediaSource {
     android::sp<android::IMediaSource> mSource;
     int64_t mEndUs;  // what there is of the track ends about here
     int64_t mLatestUs = -1;
+    std::array<int64_t, 32> mStepsUs = {};  // by which the latest time has grown, the last so many times
+    size_t mNextStep = 0;
     std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
     int mSeeksLeft;
     int mBreaksLeft;
@@ -70,7 +81,8 @@ class RecoveringReader : public android::MediaSource {
 // A reader of the track that recovers.
 TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t track, LossReport report);
 
-// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s".
+// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s", or, where
+// there is no hole, "name: damaged: the audio track goes on behind 4.960 s without a gap".
 std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span);
 
 }  // namespace orvel
