@@ -59,11 +59,9 @@ std::string FindingLine(const Finding& finding) {
 }
 
 Json StreamJson(const StreamSeen& stream) {
-    Json json = {{"codec_type", stream.kindName()},
-                 {"codec", CodecName(stream.header)},
-                 {"offset", stream.firstOffset},
-                 {"nb_packets", stream.samples},
-                 {"size", stream.bytes},
+    Json json = {{"codec_type", stream.kindName()},       {"codec_name", ShortCodecName(stream.header)},
+                 {"codec", CodecName(stream.header)},     {"offset", stream.firstOffset},
+                 {"nb_packets", stream.samples},          {"size", stream.bytes},
                  {"has_track", stream.whyNoTrack.empty()}};
     if (stream.header.kind == TrackKind::kVideo) json["nb_key_frames"] = stream.keyFrames;
     if (stream.samples > 0) {

@@ -12,6 +12,7 @@ namespace {
 constexpr uint8_t kEnhancedVideo = 0x80;
 constexpr uint8_t kEnhancedAudio = 9;
 constexpr uint8_t kAac = 10, kAvc = 7, kHevc = 9;
+constexpr uint8_t kOtherHevc = 12, kAv1 = 13;  // as several writers have them, with packets like AVC's
 constexpr uint8_t kCommandFrame = 5;
 constexpr uint8_t kPacketConfiguration = 0, kPacketEnd = 2, kPacketMetadata = 4, kAudioChannels = 4;
 
@@ -19,42 +20,47 @@ struct CodecRow {
     TrackKind kind;
     uint32_t codec;
     const char* name;
+    const char* shortName;
     bool isOffered;
 };
 constexpr auto kVideo = TrackKind::kVideo, kAudio = TrackKind::kAudio;
 constexpr CodecRow kCodecs[] = {
-        {kVideo, 1, "JPEG", false},
-        {kVideo, 2, "Sorenson H.263", true},
-        {kVideo, 3, "Screen video", false},
-        {kVideo, 4, "On2 VP6", true},
-        {kVideo, 5, "On2 VP6 with alpha channel", true},
-        {kVideo, 6, "Screen video version 2", false},
-        {kVideo, kAvc, "AVC", true},
-        {kVideo, 8, "H.263", false},
-        {kVideo, kHevc, "HEVC", true},
-        {kVideo, 12, "HEVC under CodecID 12", false},
-        {kAudio, 0, "Linear PCM, platform endian", true},
-        {kAudio, 1, "ADPCM", true},
-        {kAudio, 2, "MP3", true},
-        {kAudio, 3, "Linear PCM, little endian", true},
-        {kAudio, 4, "Nellymoser 16 kHz mono", false},
-        {kAudio, 5, "Nellymoser 8 kHz mono", false},
-        {kAudio, 6, "Nellymoser", false},
-        {kAudio, 7, "G.711 A-law", false},
-        {kAudio, 8, "G.711 mu-law", false},
-        {kAudio, kAac, "AAC", true},
-        {kAudio, 11, "Speex", false},
-        {kAudio, 14, "MP3 8 kHz", false},
-        {kAudio, 15, "Device-specific sound", false},
+        {kVideo, 1, "JPEG", "mjpeg", false},
+        {kVideo, 2, "Sorenson H.263", "flv1", true},
+        {kVideo, 3, "Screen video", "flashsv", false},
+        {kVideo, 4, "On2 VP6", "vp6f", true},
+        {kVideo, 5, "On2 VP6 with alpha channel", "vp6a", true},
+        {kVideo, 6, "Screen video version 2", "flashsv2", false},
+        {kVideo, kAvc, "AVC", "h264", true},
+        {kVideo, 8, "H.263", "h263", false},
+        {kVideo, kHevc, "HEVC", "hevc", true},
+        {kVideo, kOtherHevc, "HEVC under CodecID 12", "hevc", false},
+        {kVideo, kAv1, "AV1 under CodecID 13", "av1", false},
+        {kAudio, 0, "Linear PCM, platform endian", "pcm", true},
+        {kAudio, 1, "ADPCM", "adpcm_swf", true},
+        {kAudio, 2, "MP3", "mp3", true},
+        {kAudio, 3, "Linear PCM, little endian", "pcm", true},
+        {kAudio, 4, "Nellymoser 16 kHz mono", "nellymoser", false},
+        {kAudio, 5, "Nellymoser 8 kHz mono", "nellymoser", false},
+        {kAudio, 6, "Nellymoser", "nellymoser", false},
+        {kAudio, 7, "G.711 A-law", "pcm_alaw", false},
+        {kAudio, 8, "G.711 mu-law", "pcm_mulaw", false},
+        {kAudio, kAac, "AAC", "aac", true},
+        {kAudio, 11, "Speex", "speex", false},
+        {kAudio, 14, "MP3 8 kHz", "mp3", false},
+        {kAudio, 15, "Device-specific sound", "unknown", false},
 };
 
 struct FourCcRow {
     const char* fourCc;
     const char* name;
+    const char* shortName;
 };
-constexpr FourCcRow kFourCcs[] = {{"avc1", "AVC"},  {"hvc1", "HEVC"}, {"vvc1", "VVC"},  {"av01", "AV1"},
-                                  {"vp08", "VP8"},  {"vp09", "VP9"},  {"mp4a", "AAC"},  {".mp3", "MP3"},
-                                  {"Opus", "Opus"}, {"fLaC", "FLAC"}, {"ac-3", "AC-3"}, {"ec-3", "E-AC-3"}};
+constexpr FourCcRow kFourCcs[] = {
+        {"avc1", "AVC", "h264"},  {"hvc1", "HEVC", "hevc"}, {"vvc1", "VVC", "vvc"},
+        {"av01", "AV1", "av1"},   {"vp08", "VP8", "vp8"},   {"vp09", "VP9", "vp9"},
+        {"mp4a", "AAC", "aac"},   {".mp3", "MP3", "mp3"},   {"Opus", "Opus", "opus"},
+        {"fLaC", "FLAC", "flac"}, {"ac-3", "AC-3", "ac3"},  {"ec-3", "E-AC-3", "eac3"}};
 
 const CodecRow* Find(const StreamHeader& header) {
     for (const CodecRow& row : kCodecs) {
@@ -72,6 +78,13 @@ std::string FourCcText(uint32_t fourCc) {
     return text;
 }
 
+const FourCcRow* FindFourCc(const StreamHeader& header) {
+    for (const FourCcRow& row : kFourCcs) {
+        if (header.isEnhanced && FourCcText(header.codec) == row.fourCc) return &row;
+    }
+    return nullptr;
+}
+
 StreamHeader ReadVideo(const TagUnit& unit) {
     StreamHeader header;
     uint8_t first = unit.data[0];
@@ -80,7 +93,8 @@ StreamHeader ReadVideo(const TagUnit& unit) {
     header.isCommand = header.frameType == kCommandFrame;
     uint8_t packet = header.isEnhanced ? first & 15 : unit.data[1];
     header.codec = header.isEnhanced ? android::U32_AT(&unit.data[1]) : first & 15;
-    bool hasPacket = header.isEnhanced || header.codec == kAvc || header.codec == kHevc;
+    bool hasPacket = header.isEnhanced || header.codec == kAvc || header.codec == kHevc ||
+                     header.codec == kOtherHevc || header.codec == kAv1;
     header.isConfiguration = hasPacket && (packet == kPacketConfiguration || packet == kPacketEnd ||
                                            (header.isEnhanced && packet == kPacketMetadata));
     return header;
@@ -108,11 +122,15 @@ StreamHeader ReadStreamHeader(const TagUnit& unit) {
 std::string CodecName(const StreamHeader& header) {
     if (const CodecRow* row = Find(header)) return row->name;
     if (!header.isEnhanced) return fmt::format("unknown codec {}", header.codec);
-    std::string fourCc = FourCcText(header.codec);
-    for (const FourCcRow& row : kFourCcs) {
-        if (fourCc == row.fourCc) return fmt::format("{} (FourCC {})", row.name, fourCc);
-    }
-    return fmt::format("unknown codec (FourCC {})", fourCc);
+    const FourCcRow* row = FindFourCc(header);
+    return fmt::format("{} (FourCC {})", row != nullptr ? row->name : "unknown codec",
+                       FourCcText(header.codec));
+}
+
+const char* ShortCodecName(const StreamHeader& header) {
+    if (const CodecRow* row = Find(header)) return row->shortName;
+    const FourCcRow* row = FindFourCc(header);
+    return row != nullptr ? row->shortName : "unknown";
 }
 
 std::string WhyNoTrack(const StreamHeader& header) {

@@ -26,6 +26,9 @@ StreamHeader ReadStreamHeader(const TagUnit& unit);
 // The codec's standard name, also of codecs that the plug-in has no track for.
 std::string CodecName(const StreamHeader& header);
 
+// The name that ffprobe has for it; "unknown" where there is none.
+const char* ShortCodecName(const StreamHeader& header);
+
 // Why the plug-in offers no track for such a stream, as a clause; empty when the codec is one that it knows.
 std::string WhyNoTrack(const StreamHeader& header);
 

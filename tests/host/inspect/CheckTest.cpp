@@ -88,19 +88,24 @@ TEST_F(CheckTest, IndexIsComparedWithTheFile) {
 }
 
 TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
-    const std::tuple<uint8_t, Bytes, std::string> cases[] = {
-            {9, Text("\x90hvc1") + Bytes(20, 1),
-             "HEVC (FourCC hvc1): its headers are those of Enhanced RTMP"},
-            {9, Text("\x91") + Text("av01") + Bytes(20, 1), "AV1 (FourCC av01)"},
-            {9, Bytes(20, 0x13), "video Screen video: "},
-            {8, Bytes(20, 0x63), "audio Nellymoser: "},
-            {8, Bytes(20, 0xb2), "audio Speex: "},
-            {8, Text("\x91Opus") + Bytes(20, 1), "audio Opus (FourCC Opus)"}};
-    for (const auto& [type, data, name] : cases) {
+    const std::tuple<uint8_t, Bytes, std::string, std::string> cases[] = {
+            {9, Text("\x90hvc1") + Bytes(20, 1), "HEVC (FourCC hvc1): its headers are those of Enhanced RTMP",
+             "hevc"},
+            {9, Text("\x91") + Text("av01") + Bytes(20, 1), "AV1 (FourCC av01)", "av1"},
+            {9, Text("\x91vp09") + Bytes(20, 1), "VP9 (FourCC vp09)", "vp9"},
+            {9, Bytes(20, 0x1c), "video HEVC under CodecID 12: ", "hevc"},
+            {9, Bytes(20, 0x1d), "video AV1 under CodecID 13: ", "av1"},
+            {9, Bytes(20, 0x13), "video Screen video: ", "flashsv"},
+            {8, Bytes(20, 0x63), "audio Nellymoser: ", "nellymoser"},
+            {8, Bytes(20, 0xb2), "audio Speex: ", "speex"},
+            {8, Bytes(20, 0xc2), "audio unknown codec 12: ", "unknown"},
+            {8, Text("\x91Opus") + Bytes(20, 1), "audio Opus (FourCC Opus)", "opus"}};
+    for (const auto& [type, data, name, shortName] : cases) {
         FlvBuilder file;
         file.Tag(type, 0, data);
         write("case.flv", file.Finish());
         EXPECT_THAT(run("check case.flv").out, HasSubstr(name));
+        EXPECT_EQ(shortName, Json::parse(run("check --json case.flv").out)["streams"][0]["codec_name"]);
     }
 }
 
