@@ -42,6 +42,34 @@ TEST_F(RemuxTest, HevcDecodesAsItsElementaryStream) {
     }
 }
 
+// Pictures of 27x13, in blocks of 16: the tag's adjustment byte, which trims them, does not pass the plug-in,
+// nor does what tells the colour picture from the transparency behind it.
+TEST_F(RemuxTest, Vp6KeepsItsColourPictureInWholeBlocks) {
+    for (bool hasAlpha : {false, true}) {
+        FlvBuilder file;
+        for (uint32_t i = 0; i < 3; ++i) {
+            Bytes frame = {0x28, 0x36, 1, 2, 1, 2};  // a key frame: version 6, 1 row and 2 columns of blocks
+            for (uint32_t at = 0; at < 200; ++at)
+                frame.push_back(static_cast<uint8_t>((at + i) * (at + 9) * 40503 >> 7));
+            const Bytes before = hasAlpha ? U24(static_cast<uint32_t>(frame.size())) : Bytes();
+            file.Video(i * 40, hasAlpha ? 0x15 : 0x14,
+                       Bytes{0x53} + before + frame + (hasAlpha ? frame : Bytes()));
+        }
+        write("a.flv", file.Finish());
+        Outcome outcome = run("remux --force a.flv a.mkv");
+        EXPECT_EQ("0", std::to_string(outcome.code) + outcome.err);
+        EXPECT_EQ("vp6f,32,16\n", shell("ffprobe -v error -show_entries stream=codec_name,width,height "
+                                        "-of csv=p=0 a.mkv")
+                                          .out);
+        EXPECT_EQ(frames("a.flv", "v", "-vf format=yuv420p"),
+                  frames("a.mkv", "v", "-vf crop=27:13:0:0:exact=1"));
+        EXPECT_EQ(times("a.flv", "v"), times("a.mkv", "v"));
+        outcome = run("remux a.flv a.mp4");
+        EXPECT_EQ(2, outcome.code);
+        EXPECT_THAT(outcome.err, HasSubstr(hasAlpha ? "cannot hold VP6 with alpha" : "cannot hold VP6,"));
+    }
+}
+
 TEST_F(RemuxTest, PcmOfBothWidths) {
     for (const std::string codec : {"pcm_u8", "pcm_s16le"}) {
         shell("ffmpeg -v error -y -f lavfi -i sine=440:d=1:r=11025 -c:a " + codec + " a.flv");
