@@ -14,6 +14,9 @@ constexpr uint32_t FourCc(const char (&text)[5]) {
                                  static_cast<uint8_t>(text[2]) << 16 | static_cast<uint8_t>(text[3]) << 24);
 }
 
+// What the plug-in makes of a duration in the metadata that is infinite, or longer than a file's times reach.
+constexpr int64_t kNoDurationUs = int64_t{UINT32_MAX} * 1000;
+
 constexpr size_t kBitmapHeaderSize = 40;
 constexpr size_t kBitmapCompression = 16;
 
@@ -87,6 +90,7 @@ TrackFormat ReadTrackFormat(const android::MetaData& format) {
     format.findInt32(android::kKeySampleRate, &track.sampleRate);
     format.findInt32(android::kKeyChannelCount, &track.channelCount);
     format.findInt64(android::kKeyDuration, &track.durationUs);
+    if (track.durationUs >= kNoDurationUs) track.durationUs = 0;
     int64_t thumbnailTimeUs;
     if (format.findInt64(android::kKeyThumbnailTime, &thumbnailTimeUs))
         track.thumbnailTimeUs = thumbnailTimeUs;

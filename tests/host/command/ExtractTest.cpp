@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <limits>
+
 #include "HostFixture.h"
 
 namespace orvel {
@@ -84,6 +86,17 @@ TEST_F(ExtractTest, WarnsOfATrackThatEndsEarly) {
     EXPECT_THAT(halved.err, HasSubstr("halved.flv: the audio track ends at 2.978 s"));
     EXPECT_EQ(0, uneven.code);
     EXPECT_THAT(uneven.err, testing::MatchesRegex("[^\n]*the audio track ends at 2.978 s[^\n]*\n"));
+}
+
+TEST_F(ExtractTest, InfiniteDurationIsNone) {
+    FlvBuilder file;
+    file.MetaData(std::numeric_limits<double>::infinity());
+    for (uint32_t i = 0; i < 100; ++i)
+        file.Audio(i * 26, 0x2f, Bytes(90 + i, 0x55));
+    write("live.flv", file.Finish());
+    Outcome outcome = run("extract live.flv");
+    EXPECT_EQ("0", std::to_string(outcome.code) + outcome.err);
+    EXPECT_THAT(run("probe live.flv").out, HasSubstr("duration unknown"));
 }
 
 TEST_F(ExtractTest, AdpcmOfUnequalPacketsIsDecoded) {
