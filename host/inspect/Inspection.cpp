@@ -32,6 +32,12 @@ std::string Seconds(int64_t ms) {
     return FormatSeconds(ms * 1000) + " s";
 }
 
+// A number of the metadata, which may be none, or of 300 digits.
+std::string Number(double value, int digits) {
+    if (!std::isfinite(value)) return std::isnan(value) ? "(not a number)" : "(infinite)";
+    return std::abs(value) < 1e12 ? fmt::format("{:.{}f}", value, digits) : fmt::format("{:.3g}", value);
+}
+
 class Walk {
   public:
     Walk(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress)
@@ -293,14 +299,14 @@ bool Walk::checkIndexEntry(double time, double position) {
     std::optional<TagUnit> unit;
     if (isInFile) unit = mChain.read(static_cast<int64_t>(position) - kPreviousTagSizeSize);
     if (!unit || !unit->is(TagType::kVideo) || !ReadStreamHeader(*unit).isKeyFrame()) {
-        add(Kind::kIndexMisses, mMetadataOffset,
-            "the entry for {:.3f} s points at {:.0f}, where no key frame begins", time, position);
+        add(Kind::kIndexMisses, mMetadataOffset, "the entry for {} s points at {}, where no key frame begins",
+            Number(time, 3), Number(position, 0));
         return false;
     }
     bool isNear = std::abs(time * 1000 - unit->timestampMs) <= kIndexSlackMs;
     if (!isNear && ReadStreamHeader(*unit).isSample()) {
-        add(Kind::kIndexTime, mMetadataOffset, "the entry for {:.3f} s points at a key frame of {}", time,
-            Seconds(unit->timestampMs));
+        add(Kind::kIndexTime, mMetadataOffset, "the entry for {} s points at a key frame of {}",
+            Number(time, 3), Seconds(unit->timestampMs));
     }
     return true;
 }
@@ -317,8 +323,8 @@ void Walk::checkDuration() {
     double seconds = *mReport.metadata->durationSeconds, seen = static_cast<double>(mReport.spanMs()) / 1000;
     double slack = std::max(1.0, seen / 50);
     if (std::abs(seconds - seen) <= slack) return;
-    add(Kind::kDurationWrong, mMetadataOffset, "the duration is {:.3f} s, and the tags span {:.3f} s",
-        seconds, seen);
+    add(Kind::kDurationWrong, mMetadataOffset, "the duration is {} s, and the tags span {:.3f} s",
+        Number(seconds, 3), seen);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "HostFixture.h"
 
@@ -85,6 +87,26 @@ TEST_F(CheckTest, IndexIsComparedWithTheFile) {
     times[3] = 1.5;
     EXPECT_EQ("index-misses@13 index-time@13 ", check(SoundFile(4, positions, times).bytes(), 0));
     EXPECT_EQ("index-uneven@13 ", check(SoundFile(4, SoundFile(4, times, {0}).keyFrames, {0}).bytes(), 0));
+}
+
+TEST_F(CheckTest, NumbersThatAreNoneAreSaidToBeSo) {
+    const double nan = std::numeric_limits<double>::quiet_NaN(), most = std::numeric_limits<double>::max();
+    const double infinite = std::numeric_limits<double>::infinity();
+    const std::pair<double, std::string> cases[] = {{nan, "(not a number) s"},
+                                                    {infinite, "(infinite) s"},
+                                                    {-infinite, "(infinite) s"},
+                                                    {most, "1.8e+308 s"}};
+    for (const auto& [odd, name] : cases) {
+        std::vector<double> positions = SoundFile(4, {0, 1, 2}, {0, 1, 2}).keyFrames;
+        write("case.flv", SoundFile(odd, {odd, positions[1], positions[2]}, {odd, odd, 2}).bytes());
+        ASSERT_EQ(0, run("map --force -o map.svg case.flv").code);
+        const std::string svg = read<std::string>("map.svg"), text = run("check case.flv").out;
+        for (const std::string& shown : {text, svg}) {
+            EXPECT_FALSE(std::regex_search(shown, std::regex("\\b(nan|inf)\\b"))) << shown;
+            EXPECT_THAT(shown, testing::Not(testing::ContainsRegex("[0-9]{30}")));
+        }
+        EXPECT_THAT(text, HasSubstr(name));
+    }
 }
 
 TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
