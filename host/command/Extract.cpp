@@ -49,6 +49,31 @@ void SendToStandardOutput(const std::string& path) {
     if (count < 0) throw Failure(ExitCode::kInputOutput, path + ": " + file->lastError());
 }
 
+// A folder for the outputs, made with those above it where they are missing. Those that were made and that
+// hold nothing are gone with this object.
+class MadeFolder {
+  public:
+    explicit MadeFolder(const fs::path& folder) {
+        std::error_code error;
+        for (fs::path missing = fs::absolute(folder).lexically_normal(); !fs::exists(missing, error);
+             missing = missing.parent_path())
+            mMade.push_back(missing);
+        fs::create_directories(folder, error);
+        if (error)
+            throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", folder.string(), error.message()));
+    }
+    ~MadeFolder() {
+        std::error_code isUsed;
+        for (const fs::path& folder : mMade)
+            fs::remove(folder, isUsed);
+    }
+    MadeFolder(const MadeFolder&) = delete;
+    MadeFolder& operator=(const MadeFolder&) = delete;
+
+  private:
+    std::vector<fs::path> mMade;  // the innermost first
+};
+
 class ExtractCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
@@ -94,12 +119,9 @@ ExitCode ExtractCommand::run(Session& session) {
     if (toStandardOutput() && (mTrack.empty() || inputs.size() > 1 || mWithTimestamps)) {
         throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
     }
-    std::error_code error;
-    if (!toStandardOutput()) fs::create_directories(mFolder, error);
-    if (error) {
-        throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", mFolder, error.message()));
-    }
     const Plugin& plugin = session.plugin();
+    std::optional<MadeFolder> folder;
+    if (!toStandardOutput()) folder.emplace(mFolder);
     return inputs.forEach([&](const std::string& location) { return extract(plugin, location); });
 }
 
