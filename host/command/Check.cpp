@@ -7,6 +7,7 @@
 #include "command/InputList.h"
 #include "inspect/Inspection.h"
 #include "source/OpenSource.h"
+#include "support/CountText.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -24,8 +25,7 @@ constexpr char kDescription[] =
 
 std::string Verdict(const Inspection& report) {
     auto part = [&](Severity severity, const char* name) {
-        uint64_t count = report.findings.count(severity);
-        return fmt::format("{} {}{}", count, name, count == 1 ? "" : "s");
+        return CountText(report.findings.count(severity), name);
     };
     if (report.findings.counts().empty()) return "nothing found";
     return fmt::format("{}, {}, {}", part(Severity::kError, "error"), part(Severity::kWarning, "warning"),
@@ -34,14 +34,15 @@ std::string Verdict(const Inspection& report) {
 
 std::string StreamLine(const StreamSeen& stream) {
     std::string frames =
-            stream.header.kind == TrackKind::kVideo ? fmt::format(", {} key frames", stream.keyFrames) : "";
+            stream.header.kind == TrackKind::kVideo ? ", " + CountText(stream.keyFrames, "key frame") : "";
     std::string span = stream.samples == 0
                                ? ""
                                : fmt::format(", {} s to {} s", FormatSeconds(stream.firstMs * 1000),
                                              FormatSeconds(stream.lastMs * 1000));
     std::string why = stream.whyNoTrack.empty() ? "" : "; no track: " + stream.whyNoTrack;
-    return fmt::format("  {} {}: {} samples{}, {} bytes{}{}\n", stream.kindName(), CodecName(stream.header),
-                       stream.samples, frames, stream.bytes, span, why);
+    return fmt::format("  {} {}: {}{}, {}{}{}\n", stream.kindName(), CodecName(stream.header),
+                       CountText(stream.samples, "sample"), frames, CountText(stream.bytes, "byte"), span,
+                       why);
 }
 
 const char* ColourOf(Severity severity) {
@@ -145,8 +146,8 @@ Inspection CheckCommand::inspect(const std::string& location) const {
 }
 
 void CheckCommand::showText(const std::string& name, const Inspection& report) const {
-    WriteOut(EscapeControls(fmt::format("{}: {}; {} bytes, {} tags", name, Verdict(report), report.size,
-                                        report.tags)) +
+    WriteOut(EscapeControls(fmt::format("{}: {}; {}, {}", name, Verdict(report),
+                                        CountText(report.size, "byte"), CountText(report.tags, "tag"))) +
              "\n");
     for (const StreamSeen& stream : report.streams)
         WriteOut(StreamLine(stream));

@@ -10,6 +10,7 @@
 #include "format/AudioConfiguration.h"
 #include "format/ParameterSets.h"
 #include "source/OpenSource.h"
+#include "support/CountText.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -110,7 +111,7 @@ std::string DescribeTrack(const Input& input, size_t track, const TrackFindings&
     if (!format.configuration.empty()) {
         Append(fmt::format("{} of {} bytes", format.configurationName, format.configuration.size()), &line);
     }
-    if (findings.packets) Append(fmt::format("{} samples", *findings.packets), &line);
+    if (findings.packets) Append(CountText(*findings.packets, "sample"), &line);
     return line;
 }
 

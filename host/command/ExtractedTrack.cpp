@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "command/Options.h"
+#include "support/CountText.h"
 #include "support/Failure.h"
 #include "support/TimeText.h"
 
@@ -79,9 +80,10 @@ std::string ExtractedTrack::commit() {
         mTimestamps->finish();
         mTimestampsFile->commit();
     }
-    return fmt::format("{}: {} {}, {} samples, {} s to {} s, {} bytes", mFile.path(), mFormat.kindName(),
-                       TraitsOf(mFormat.codec).title, mSpan.count(), FormatSeconds(mSpan.firstUs()),
-                       FormatSeconds(mSpan.lastUs()), mFile.size());
+    return fmt::format("{}: {} {}, {}, {} s to {} s, {}", mFile.path(), mFormat.kindName(),
+                       TraitsOf(mFormat.codec).title, CountText(mSpan.count(), "sample"),
+                       FormatSeconds(mSpan.firstUs()), FormatSeconds(mSpan.lastUs()),
+                       CountText(mFile.size(), "byte"));
 }
 
 std::string ExtractedTrack::remark() const {

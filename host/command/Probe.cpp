@@ -10,6 +10,7 @@
 #include "command/SeekProbe.h"
 #include "command/SpanReader.h"
 #include "source/OpenSource.h"
+#include "support/CountText.h"
 #include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
@@ -32,13 +33,13 @@ std::string SampleLine(const TrackFormat& format, const AccessUnit& sample) {
 }
 
 std::string SeekLine(const TrackFormat& format, int64_t timeUs, const SeekLanding& landing) {
-    std::string where = landing.isEndOfStream
-                                ? "end of stream"
-                                : fmt::format("{} s, {} bytes, {}", FormatSeconds(landing.timeUs),
-                                              landing.size, landing.isSync ? "sync" : "not sync");
-    return fmt::format("  seek to {} s, {}: {}; {}, {} reads, {} bytes read\n", FormatSeconds(timeUs),
-                       format.kindName(), where, NameOf(landing.route), landing.cost.calls,
-                       landing.cost.bytes);
+    std::string where = landing.isEndOfStream ? "end of stream"
+                                              : fmt::format("{} s, {}, {}", FormatSeconds(landing.timeUs),
+                                                            CountText(landing.size, "byte"),
+                                                            landing.isSync ? "sync" : "not sync");
+    return fmt::format("  seek to {} s, {}: {}; {}, {}, {} read\n", FormatSeconds(timeUs), format.kindName(),
+                       where, NameOf(landing.route), CountText(landing.cost.calls, "read"),
+                       CountText(landing.cost.bytes, "byte"));
 }
 
 Json SeekJson(const TrackFormat& format, size_t track, int64_t timeUs, const SeekLanding& landing) {
@@ -60,11 +61,11 @@ Json SeekJson(const TrackFormat& format, size_t track, int64_t timeUs, const See
 
 std::string IoLine(const IoPhase& phase) {
     return fmt::format(
-            "  io of {}: {} reads ({} below 4096 bytes, {} of 4096, {} above), {} bytes read, {} of them "
+            "  io of {}: {} ({} below 4096 bytes, {} of 4096, {} above), {} bytes read, {} of them "
             "again,"
             " {} bytes of samples\n",
-            phase.name, phase.reads, phase.below4096, phase.of4096, phase.above4096, phase.bytes,
-            phase.bytesAgain, phase.sampleBytes);
+            phase.name, CountText(phase.reads, "read"), phase.below4096, phase.of4096, phase.above4096,
+            phase.bytes, phase.bytesAgain, phase.sampleBytes);
 }
 
 Json IoJson(const IoPhase& phase) {

@@ -12,6 +12,7 @@
 #include "remux/Container.h"
 #include "remux/Remuxer.h"
 #include "remux/Sinks.h"
+#include "support/CountText.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
 
@@ -115,8 +116,9 @@ void RemuxCommand::report(const Input& input, const Container& container, const 
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         const TrackFormat& format = input.tracks()[i];
         const TrackSpan& span = remuxer.span(i);
-        PrintOut("; {} {}, {} samples, {} s to {} s", format.kindName(), TraitsOf(format.codec).title,
-                 span.count(), FormatSeconds(span.firstUs()), FormatSeconds(span.lastUs()));
+        PrintOut("; {} {}, {}, {} s to {} s", format.kindName(), TraitsOf(format.codec).title,
+                 CountText(span.count(), "sample"), FormatSeconds(span.firstUs()),
+                 FormatSeconds(span.lastUs()));
     }
     if (remuxer.shiftUs() != 0) PrintOut("; written {} s earlier", FormatSeconds(remuxer.shiftUs()));
     PrintOut("\n");

@@ -10,6 +10,7 @@
 #include "command/Options.h"
 #include "command/WrittenFiles.h"
 #include "picture/ContactSheet.h"
+#include "support/CountText.h"
 #include "support/Progress.h"
 #include "support/Terminal.h"
 #include "support/TimeText.h"
@@ -138,7 +139,7 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
     KeyPictures pictures(input, 0, LoadAvModule(), box);
     if (mGrid) {
         std::vector<KeyPicture> found = findMany(&pictures, input);
-        save(path, MakeContactSheet(found, mGrid->width), fmt::format("{} key frames", found.size()));
+        save(path, MakeContactSheet(found, mGrid->width), CountText(found.size(), "key frame"));
     } else {
         KeyPicture found = findOne(&pictures, input, format);
         save(path, found.picture, fmt::format("key frame at {} s", FormatSeconds(found.timeUs)));

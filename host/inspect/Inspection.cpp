@@ -11,6 +11,7 @@
 #include "Utils.h"
 #include "source/CountingSource.h"
 #include "source/OpenSource.h"
+#include "support/CountText.h"
 #include "support/Failure.h"
 #include "support/Progress.h"
 #include "support/TimeText.h"
@@ -140,10 +141,11 @@ bool Walk::passDamage(const TagUnit& unit, TagChain::State state) {
     std::optional<int64_t> next = mChain.resume(unit.slot + 1);
     int64_t end = next.value_or(mReport.size);
     if (state == TagChain::State::kTruncated && !next) {
-        add(Kind::kTruncatedTag, unit.offset(), "a tag of {} bytes, of which {} are there", unit.dataSize,
-            mReport.size - unit.dataOffset());
+        add(Kind::kTruncatedTag, unit.offset(), "a tag of {}, of which {} are there",
+            CountText(unit.dataSize, "byte"), mReport.size - unit.dataOffset());
     } else {
-        add(Kind::kGarbage, unit.offset(), "{} bytes are not tags{}", end - unit.offset(),
+        add(Kind::kGarbage, unit.offset(), "{} not tags{}",
+            CountText(end - unit.offset(), "byte") + (end - unit.offset() == 1 ? " is" : " are"),
             next ? fmt::format("; tags resume at {}", *next + kPreviousTagSizeSize)
                  : ", nor is anything behind");
     }
@@ -166,7 +168,8 @@ void Walk::look(const TagUnit& unit) {
                                               : Timeline::kScript;
     mReport.timeline.addBytes(content, unit.offset(), unit.next());
     if (!unit.isKnown()) {
-        add(Kind::kUnknownTag, unit.offset(), "a tag of type {} with {} bytes", unit.type, unit.dataSize);
+        add(Kind::kUnknownTag, unit.offset(), "a tag of type {} with {}", unit.type,
+            CountText(unit.dataSize, "byte"));
     } else if (unit.is(TagType::kScript)) {
         lookAtScript(unit);
     } else {
@@ -255,8 +258,8 @@ void Walk::checkEnd() {
     if (left == 0 && mReport.tags > 0)
         add(Kind::kNoLastSize, mSlot, "the file ends with its last tag's data");
     if (left > kPreviousTagSizeSize) {
-        add(Kind::kTrailingBytes, mSlot + kPreviousTagSizeSize, "{} bytes follow the last tag",
-            left - kPreviousTagSizeSize);
+        add(Kind::kTrailingBytes, mSlot + kPreviousTagSizeSize, "{} behind the last tag",
+            CountText(left - kPreviousTagSizeSize, "byte"));
     }
     if (field.size() < kPreviousTagSizeSize || !mPreviousSize) return;
     uint32_t last = android::U32_AT(field.data());
@@ -281,8 +284,8 @@ void Walk::checkIndex() {
     if (!mReport.metadata) return;
     const Metadata& metadata = *mReport.metadata;
     if (metadata.positions.size() != metadata.times.size()) {
-        add(Kind::kIndexUneven, mMetadataOffset, "{} positions and {} times", metadata.positions.size(),
-            metadata.times.size());
+        add(Kind::kIndexUneven, mMetadataOffset, "{} and {}",
+            CountText(metadata.positions.size(), "position"), CountText(metadata.times.size(), "time"));
     }
     size_t count =
             std::min({metadata.positions.size(), metadata.times.size(), Inspection::kMostIndexEntries});

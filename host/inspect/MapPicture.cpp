@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "inspect/Svg.h"
+#include "support/CountText.h"
 #include "support/TimeText.h"
 
 namespace orvel {
@@ -127,16 +128,16 @@ void MapPicture::drawTitle() {
     std::string facts = fmt::format("{} \u00b7 {} s", ByteText(static_cast<double>(mReport.size)),
                                     FormatSeconds(mReport.spanMs() * 1000));
     for (const StreamSeen& stream : mReport.streams) {
-        facts += fmt::format(" \u00b7 {} {}, {} samples{}", stream.kindName(), CodecName(stream.header),
-                             stream.samples, stream.whyNoTrack.empty() ? "" : " (no track)");
+        facts += fmt::format(" \u00b7 {} {}, {}{}", stream.kindName(), CodecName(stream.header),
+                             CountText(stream.samples, "sample"),
+                             stream.whyNoTrack.empty() ? "" : " (no track)");
     }
     mSvg.text(24, 60, facts, {14, "#4a5568", "start", false});
     uint64_t errors = mReport.findings.count(Severity::kError),
              warnings = mReport.findings.count(Severity::kWarning);
-    std::string verdict = errors > 0     ? fmt::format("damaged: {} errors", errors)
-                          : warnings > 0 ? fmt::format("readable, {} warnings", warnings)
+    std::string verdict = errors > 0     ? "damaged: " + CountText(errors, "error")
+                          : warnings > 0 ? "readable, " + CountText(warnings, "warning")
                                          : "clean";
-    if (errors == 1) verdict = "damaged: 1 error";
     const char* colour = errors > 0 ? kBadColour : warnings > 0 ? kWarnColour : kRightColour;
     mSvg.text(kRight, 36, verdict, {20, colour, "end", true});
 }

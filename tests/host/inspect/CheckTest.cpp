@@ -9,6 +9,7 @@
 namespace orvel {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
@@ -117,7 +118,7 @@ TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
             {9, Text("\x91vp09") + Bytes(20, 1), "VP9 (FourCC vp09)", "vp9"},
             {9, Bytes(20, 0x1c), "video HEVC under CodecID 12: ", "hevc"},
             {9, Bytes(20, 0x1d), "video AV1 under CodecID 13: ", "av1"},
-            {9, Bytes(20, 0x13), "video Screen video: ", "flashsv"},
+            {9, Bytes(20, 0x13), "video Screen video: 1 sample, 1 key frame, 20 bytes", "flashsv"},
             {8, Bytes(20, 0x63), "audio Nellymoser: ", "nellymoser"},
             {8, Bytes(20, 0xb2), "audio Speex: ", "speex"},
             {8, Bytes(20, 0xc2), "audio unknown codec 12: ", "unknown"},
@@ -126,7 +127,7 @@ TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
         FlvBuilder file;
         file.Tag(type, 0, data);
         write("case.flv", file.Finish());
-        EXPECT_THAT(run("check case.flv").out, HasSubstr(name));
+        EXPECT_THAT(run("check case.flv").out, AllOf(HasSubstr(name), HasSubstr(", 1 tag\n")));
         EXPECT_EQ(shortName, Json::parse(run("check --json case.flv").out)["streams"][0]["codec_name"]);
     }
 }
