@@ -2,7 +2,7 @@
 # Completion for bash.
 _orvel_flv() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' word
-    local common="--help --recursive --quiet --progress --verbose --plugin"
+    local common="--help --recursive --quiet --progress --verbose --version --plugin"
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in probe | extract | remux | thumbnail | check | map) command=$word && break ;; esac
     done

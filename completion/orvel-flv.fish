@@ -13,6 +13,7 @@ complete -c orvel-flv -s r -l recursive -d 'Take all FLV files in and below fold
 complete -c orvel-flv -s q -l quiet -d 'No progress'
 complete -c orvel-flv -l progress -x -a json -d 'Progress for programs'
 complete -c orvel-flv -s v -l verbose -d 'Show the platform log'
+complete -c orvel-flv -l version -d 'Print the version'
 complete -c orvel-flv -l plugin -r -d 'The plug-in to load'
 complete -c orvel-flv -n '__fish_seen_subcommand_from probe check' -l json -d 'For programs'
 complete -c orvel-flv -n '__fish_seen_subcommand_from probe' -l packets -d 'Every sample'

@@ -45,6 +45,7 @@ void AddOptions(CLI::App& program, ProgramOptions* options) {
             ->type_name("json");
     program.add_flag("-v,--verbose", options->verbosity,
                      "Show the platform log from info priority on; twice: all of it");
+    program.set_version_flag("--version", "orvel-flv " ORVEL_VERSION, "Print the version and exit");
     program.add_option("--plugin", options->pluginPath,
                        "The plug-in to load, rather than the one beside the program")
             ->type_name("PATH");

@@ -51,7 +51,7 @@ class RemuxCommand : public Command {
 
 CLI::App* RemuxCommand::addTo(CLI::App& program) {
     CLI::App* app = program.add_subcommand("remux", kDescription);
-    app->add_option("FILE", mLocation, "File or http(s) URL")->required();
+    app->add_option("FILE", mLocation, "A file, an http(s) URL, or - for standard input")->required();
     app->add_option("OUT", mOutput, "The file to write, or - for standard output")->required();
     AddSpanOptions(app, &mSpan);
     app->add_flag("--force", mForce, "Replace a file that exists");

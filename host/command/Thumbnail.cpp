@@ -98,7 +98,7 @@ void ThumbnailCommand::addPair(CLI::App* app, const char* name, const char* type
 
 CLI::App* ThumbnailCommand::addTo(CLI::App& program) {
     CLI::App* app = program.add_subcommand("thumbnail", kDescription);
-    app->add_option("FILE", mLocations, "Files or http(s) URLs")->required();
+    app->add_option("FILE", mLocations, "Files, http(s) URLs, or - for standard input")->required();
     app->add_option("-o,--output", mOutput, "The picture, .png or .jpg")->type_name("OUT");
     AddTimeOption(app, "--at", &mAtUs,
                   "The key frame that a seek to this time lands on; seconds or [h:]mm:ss.mmm");

@@ -22,6 +22,10 @@ TEST_F(ProbeTest, UsageErrors) {
     }
 }
 
+TEST_F(ProbeTest, TellsItsVersion) {
+    EXPECT_THAT(run("probe --version").out, MatchesRegex("orvel-flv [0-9]+[.][0-9.]+\n"));
+}
+
 TEST_F(ProbeTest, ExitCodesAndOneLineThatSaysWhy) {
     write("short.flv", Text("FLV") + Bytes{1, 5});
     write("m\x1b[31mp4\n.flv", Bytes{0, 0, 0, 0x18, 0x66, 0x74, 0x79, 0x70, 0, 0, 0, 0, 0});
