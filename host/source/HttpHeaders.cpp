@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace orvel {
 namespace {
@@ -100,14 +101,16 @@ std::optional<int64_t> ParseContentLength(std::string_view value) {
 }
 
 bool HttpHeaders::add(std::string_view line) {
-    if (line.size() > kMaxLine || line.size() > kMaxTotal - total_) return false;
+    if (line.size() > kMaxLine) return refuse(TooLongLine());
+    if (line.size() > kMaxTotal - total_)
+        return refuse("over " + std::to_string(kMaxTotal) + " bytes of headers");
     total_ += line.size();
 
     if (answer_.status == 0 || (answer_.complete && StartsWith(line, "HTTP/"))) {
         const auto status = ParseStatusLine(line);
         answer_ = HttpAnswer();
         answer_.status = status.value_or(0);
-        return status.has_value();
+        return status.has_value() || refuse("a malformed status line");
     }
     if (answer_.complete) return true;
     if (Trimmed(line).empty()) {
@@ -116,18 +119,32 @@ bool HttpHeaders::add(std::string_view line) {
     }
     const size_t colon = line.find(':');
     // A leading blank would continue the line before: RFC 9112, 5.2 lets a client refuse that.
-    if (colon == std::string_view::npos || colon == 0 || IsBlank(line.front())) return false;
+    if (colon == std::string_view::npos || colon == 0 || IsBlank(line.front())) {
+        return refuse("a malformed header line");
+    }
     return addField(line.substr(0, colon), Trimmed(line.substr(colon + 1)));
+}
+
+std::string HttpHeaders::TooLongLine() {
+    return "a header line of over " + std::to_string(kMaxLine) + " bytes";
+}
+
+bool HttpHeaders::refuse(std::string fault) {
+    fault_ = std::move(fault);
+    return false;
 }
 
 bool HttpHeaders::addField(std::string_view name, std::string_view value) {
     if (EqualsIgnoringCase(name, "Content-Range")) {
         const auto range = ParseContentRange(value);
-        if (!range || (answer_.range && !SameRange(*answer_.range, *range))) return false;
+        if (!range) return refuse("a Content-Range that is none");
+        if (answer_.range && !SameRange(*answer_.range, *range))
+            return refuse("two different Content-Ranges");
         answer_.range = range;
     } else if (EqualsIgnoringCase(name, "Content-Length")) {
         const auto length = ParseContentLength(value);
-        if (!length || (answer_.length && *answer_.length != *length)) return false;
+        if (!length) return refuse("a Content-Length that is none");
+        if (answer_.length && *answer_.length != *length) return refuse("two different Content-Lengths");
         answer_.length = length;
     } else if (EqualsIgnoringCase(name, "Content-Encoding")) {
         answer_.encoded = answer_.encoded || !EqualsIgnoringCase(value, "identity");

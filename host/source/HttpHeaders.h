@@ -50,13 +50,21 @@ class HttpHeaders {
     // Content-Length.
     bool add(std::string_view line);
 
+    // What add() has refused, as the object of "the server sent"; empty before.
+    const std::string& fault() const { return fault_; }
+
+    // The fault of a line beyond kMaxLine, for whoever finds one too long to be handed over.
+    static std::string TooLongLine();
+
     // The latest response, as far as its lines were added.
     const HttpAnswer& answer() const { return answer_; }
 
   private:
     bool addField(std::string_view name, std::string_view value);
+    bool refuse(std::string fault);
 
     HttpAnswer answer_;
+    std::string fault_;
     size_t total_ = 0;
 };
 

@@ -42,6 +42,13 @@ bool IsDropped(CURLcode code) {
     }
 }
 
+// What the library makes of a header line that goes on for 100 KB: that memory is short, or, from version 8.6
+// on, its code 100, CURLE_TOO_LARGE.
+bool IsTooLong(CURLcode code) {
+    constexpr int kTooLarge = 100;
+    return code == CURLE_OUT_OF_MEMORY || static_cast<int>(code) == kTooLarge;
+}
+
 }  // namespace
 
 HttpTransfer::HttpTransfer(const std::string& url, const HttpOptions& options)
@@ -124,7 +131,7 @@ size_t HttpTransfer::OnHeader(char* data, size_t size, size_t count, void* self)
     auto* const transfer = static_cast<HttpTransfer*>(self);
     transfer->stall_.arrived(size * count);
     if (transfer->headers_.add({data, size * count})) return size * count;
-    transfer->fault_ = "the server sent malformed or oversized headers";
+    transfer->fault_ = "the server sent " + transfer->headers_.fault();
     return 0;
 }
 
@@ -165,6 +172,8 @@ TransferResult HttpTransfer::resultOf(CURLcode code) {
         result.end = TransferResult::End::kComplete;
     } else if (code == CURLE_OPERATION_TIMEDOUT) {
         result.reason = "no connection within " + Seconds(options_.connectTimeout);
+    } else if (IsTooLong(code) && !headers_.answer().complete) {
+        result.reason = "the server sent " + HttpHeaders::TooLongLine();
     } else if (code == CURLE_UNSUPPORTED_PROTOCOL) {
         result.reason = "the server redirects to a protocol that is not followed from here";
     } else {
