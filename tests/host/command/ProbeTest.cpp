@@ -20,9 +20,6 @@ TEST_F(ProbeTest, UsageErrors) {
         EXPECT_EQ(2, outcome.code) << arguments;
         EXPECT_THAT(outcome.err, MatchesRegex("orvel-flv: [^\n]+\n")) << arguments;
     }
-}
-
-TEST_F(ProbeTest, TellsItsVersion) {
     EXPECT_THAT(run("probe --version").out, MatchesRegex("orvel-flv [0-9]+[.][0-9.]+\n"));
 }
 
