@@ -59,19 +59,34 @@ void FetchAhead(const uint8_t* bytes, size_t size) {
         __builtin_prefetch(bytes + at);
 }
 
+constexpr uintptr_t kLargePageBytes = uintptr_t{2} << 20;
+constexpr size_t kReserveBytes = kLargePageBytes;
+
+// How far behind an address the next one is at which a file's large pages cannot be mapped as such. They
+// would be resident as a whole, also for a window of a part of them.
+uintptr_t OffLargePages(const void* address) {
+    const uintptr_t wanted = kLargePageBytes / 2;
+    return (wanted - reinterpret_cast<uintptr_t>(address)) % kLargePageBytes;
+}
+
 }  // namespace
 
-MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullptr) {
+MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mReserve(nullptr), mBytes(nullptr) {
     std::fill(std::begin(mKept), std::end(mKept), kNoPiece);
-    void* bytes = size == 0 ? MAP_FAILED : mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
-    if (bytes == MAP_FAILED) return;
+    if (size == 0 || size > SIZE_MAX - kReserveBytes) return;
+    void* const reserve = mmap(nullptr, size + kReserveBytes, PROT_NONE,
+                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (reserve == MAP_FAILED) return;
+    mReserve = static_cast<uint8_t*>(reserve);
+    uint8_t* const bytes = mReserve + OffLargePages(mReserve);
+    if (mmap(bytes, size, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, 0) == MAP_FAILED) return;
+    mBytes = bytes;
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
-    mBytes = static_cast<uint8_t*>(bytes);
 }
 
 MappedFile::~MappedFile() {
-    if (mBytes != nullptr) munmap(mBytes, mSize);
+    if (mReserve != nullptr) munmap(mReserve, mSize + kReserveBytes);
 }
 
 bool MappedFile::read(size_t offset, void* destination, size_t size) {

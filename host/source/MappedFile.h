@@ -11,8 +11,7 @@
 namespace orvel {
 
 // A file's bytes as memory of this process, of which only a window is kept resident: a reader that goes
-// through a file of any size holds a megabyte of it, and the rest of the large pages, if any, in which the
-// kernel has that. May be read from several threads at once.
+// through a file of any size holds a megabyte of it. May be read from several threads at once.
 //
 // A file that another program shortens, or a medium that fails, makes the kernel send SIGBUS to whoever
 // touches a page that is not there any more. The first mapping installs a handler that turns this into a
@@ -41,6 +40,7 @@ class MappedFile {
     bool isBesideKept(size_t piece) const;
 
     const size_t mSize;
+    uint8_t* mReserve;                     // the addresses among which the file is mapped, or null
     uint8_t* mBytes;                       // null: not mapped
     std::atomic<size_t> mPiece{kNoPiece};  // that of the last read
     std::mutex mLock;

@@ -180,14 +180,16 @@ uint32_t CFlv::TakeCachedNumbers(uint32_t most, Vector<double>* index) {
     size_t available;
     const uint8_t* bytes = mFile->CachedRun(&available);
     const auto whole = static_cast<uint32_t>(std::min<size_t>(most, available / kNumberBytes));
-    // At once for all that may follow: growing again and again takes as long as parsing.
-    if (whole > 0 && index != nullptr && index->isEmpty())
-        index->setCapacity(std::min<size_t>(most, kMaxIndexEntries));
+    double numbers[FlvFile::kCacheBytes / kNumberBytes];
     uint32_t count = 0;
     for (; count < whole && *bytes == kAmf0Number; ++count) {
-        if (index != nullptr && index->size() < kMaxIndexEntries)
-            index->push(NumberOf(BigEndian64(bytes + 1)));
+        numbers[count] = NumberOf(BigEndian64(bytes + 1));
         bytes += kNumberBytes;
+    }
+    if (count > 0 && index != nullptr) {
+        // At once for all that may follow: growing again and again takes as long as parsing.
+        if (index->isEmpty()) index->setCapacity(std::min<size_t>(most, kMaxIndexEntries));
+        index->appendArray(numbers, std::min<size_t>(count, kMaxIndexEntries - index->size()));
     }
     mFile->Consume(count * kNumberBytes);
     return count;

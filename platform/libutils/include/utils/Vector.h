@@ -54,6 +54,13 @@ class Vector {
     void push(const TYPE& item) { mItems.push_back(item); }
     void push_back(const TYPE& item) { mItems.push_back(item); }
 
+    // Appends copies of items that are not this vector's own. Result: the index of the first.
+    ssize_t appendArray(const TYPE* items, size_t length) {
+        const size_t index = mItems.size();
+        mItems.insert(mItems.end(), items, items + length);
+        return static_cast<ssize_t>(index);
+    }
+
     // Removes the last item; there must be one.
     void pop() { mItems.pop_back(); }
 
