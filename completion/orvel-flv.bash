@@ -1,19 +1,36 @@
 # SPDX-License-Identifier: Apache-2.0
 # Completion for bash.
 _orvel_flv() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' word
-    local common="--help --recursive --quiet --progress --verbose --version --plugin"
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' before='' word
+    # --option=value are three words here.
+    if [[ $current == = ]]; then
+        current=''
+    elif [[ $previous == = ]]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    local commands="probe extract remux thumbnail check map"
+    local options="--help --recursive --quiet --progress --verbose --version --plugin"
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        case $word in probe | extract | remux | thumbnail | check | map) command=$word && break ;; esac
+        [[ $before != --plugin && " $commands " == *" $word "* ]] && command=$word && break
+        before=$word
     done
-    case $previous in
-        --track) mapfile -t COMPREPLY < <(compgen -W "video audio" -- "$current") && return ;;
-        --progress) mapfile -t COMPREPLY < <(compgen -W "json" -- "$current") && return ;;
-        --from | --to | --at | --seek | --size | --grid) return ;;
+    case $command:$previous in
+        extract:-o | extract:--output)
+            mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            compopt -o filenames
+            return
+            ;;
+        thumbnail:-o | thumbnail:--output | map:-o | map:--output | *:--plugin)
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            compopt -o filenames
+            return
+            ;;
+        extract:--track) mapfile -t COMPREPLY < <(compgen -W "video audio" -- "$current") && return ;;
+        *:--progress) mapfile -t COMPREPLY < <(compgen -W "json" -- "$current") && return ;;
+        *:--from | *:--to | *:--at | *:--seek | *:--size | *:--grid) return ;;
     esac
-    local options=$common
     case $command in
-        "") [[ $current == -* ]] || options="probe extract remux thumbnail check map" ;;
+        "") [[ $current == -* ]] || options=$commands ;;
         probe) options+=" --json --packets --io --seek" ;;
         extract) options+=" --output --track --from --to --timestamps --force --recover" ;;
         remux) options+=" --from --to --force --recover" ;;
