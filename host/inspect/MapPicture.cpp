@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 #include <utility>
+#include <vector>
 
 #include "inspect/Svg.h"
 #include "support/CountText.h"
@@ -21,7 +22,6 @@ constexpr double kStripTop = 560, kStripBottom = 604;
 constexpr double kFindingsTop = 672, kFindingHeight = 20;
 constexpr size_t kMostLines = 8;
 constexpr int kLabelsAcross = 8;
-constexpr size_t kMostLabels = 4;  // of lost spans; more would lie on top of each other
 
 constexpr char kVideoColour[] = "#2b6cb0", kAudioColour[] = "#ed8936", kScriptColour[] = "#a0aec0";
 constexpr char kBadColour[] = "#e02424", kRightColour[] = "#2f855a", kWarnColour[] = "#b7791f";
@@ -50,6 +50,48 @@ std::string ClockText(double seconds, double step) {
     if (whole < 3600) return fmt::format("{}:{:02}", whole / 60, whole % 60);
     return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }
+
+// So much of a name, from both ends, as fits beside the verdict. What takes three bytes is mostly twice as
+// wide.
+std::string Shortened(const std::string& name) {
+    constexpr size_t kWidest = 56;
+    std::vector<std::string> characters;
+    size_t width = 0;
+    for (char c : name) {
+        bool isInside = (static_cast<uint8_t>(c) & 0xc0) == 0x80 && !characters.empty();
+        if (!isInside) characters.emplace_back();
+        characters.back() += c;
+    }
+    auto widthOf = [](const std::string& character) { return character.size() < 3 ? 1u : 2u; };
+    for (const std::string& character : characters)
+        width += widthOf(character);
+    if (width <= kWidest) return name;
+    auto middle = characters.begin();
+    for (; width > kWidest; characters.erase(middle)) {
+        middle = characters.begin() + static_cast<ptrdiff_t>(characters.size() / 2);
+        width -= widthOf(*middle);
+    }
+    characters.insert(characters.begin() + static_cast<ptrdiff_t>(characters.size() / 2), "\u2026");
+    return fmt::format("{}", fmt::join(characters, ""));
+}
+
+// Texts side by side in one row, of which those are left out that would lie on the one before.
+class LabelRow {
+  public:
+    LabelRow(Svg& svg, double y, double size) : mSvg(svg), mY(y), mSize(size) {}
+    void add(double middle, const std::string& text) {
+        double half = 0.35 * mSize * static_cast<double>(text.size());
+        middle = std::clamp(middle, kLeft + half, kRight - half);
+        if (middle - half < mEnd) return;
+        mSvg.text(middle, mY, text, {mSize, kBadColour, "middle", true});
+        mEnd = middle + half;
+    }
+
+  private:
+    Svg& mSvg;
+    const double mY, mSize;
+    double mEnd = 0;
+};
 
 class MapPicture {
   public:
@@ -124,7 +166,8 @@ void MapPicture::drawPanel(double top, double bottom, const std::string& label) 
 }
 
 void MapPicture::drawTitle() {
-    mSvg.text(24, 36, std::filesystem::path(mName).filename().string(), {20, "#1a202c", "start", true});
+    mSvg.text(24, 36, Shortened(std::filesystem::path(mName).filename().string()),
+              {20, "#1a202c", "start", true});
     std::string facts = fmt::format("{} \u00b7 {} s", ByteText(static_cast<double>(mReport.size)),
                                     FormatSeconds(mReport.spanMs() * 1000));
     for (const StreamSeen& stream : mReport.streams) {
@@ -281,15 +324,12 @@ bool MapPicture::isAcrossGap(double fromX, double toX) const {
 }
 
 void MapPicture::drawGaps() {
-    size_t labels = 0;
+    LabelRow labels(mSvg, kRateTop + 16, 13);
     for (const Timeline::Gap& gap : mReport.timeline.gaps()) {
         double from = x(static_cast<double>(gap.fromMs)), to = x(static_cast<double>(gap.toMs));
         double width = std::max(to - from, 3.);
         mSvg.rect(std::min(from, kRight - width), kRateTop, width, kLeadBottom - kRateTop, kBadColour, 0.18);
-        if (labels++ >= kMostLabels) continue;
-        double at = std::clamp((from + to) / 2, kLeft + 60, kRight - 60);
-        std::string what = gap.toMs > gap.fromMs ? "lost" : "damage";
-        mSvg.text(at, kRateTop + 16, what, {13, kBadColour, "middle", true});
+        labels.add((from + to) / 2, gap.toMs > gap.fromMs ? "lost" : "damage");
     }
 }
 
@@ -318,15 +358,12 @@ void MapPicture::drawStrip() {
         mSvg.text(kLeft + kPlot * at / size, kStripBottom + 20, ByteText(at),
                   {12, kFaintColour, "middle", false});
     }
-    size_t labels = 0;
+    LabelRow labels(mSvg, kStripTop - 9, 12);
     for (const Timeline::Gap& gap : mReport.timeline.gaps()) {
         double at = kLeft + kPlot * static_cast<double>(gap.offset) / size;
         double end = std::min(kLeft + kPlot * static_cast<double>(gap.offset + gap.size) / size, kRight);
         mSvg.rect(at, kStripTop - 4, std::max(end - at, 3.), kStripBottom - kStripTop + 8, kBadColour);
-        if (labels++ >= kMostLabels) continue;
-        std::string text = fmt::format("{} at {}", ByteText(static_cast<double>(gap.size)), gap.offset);
-        mSvg.text(std::clamp(at, kLeft + 280, kRight - 80), kStripTop - 9, text,
-                  {12, kBadColour, "middle", true});
+        labels.add(at, fmt::format("{} at {}", ByteText(static_cast<double>(gap.size)), gap.offset));
     }
 }
 
