@@ -72,17 +72,5 @@ TEST_F(ThumbnailTest, SheetHasNoMoreCellsThanKeyFrames) {
     EXPECT_EQ("image/jpeg\n", shell("file -b --mime-type one.jpg").out);
 }
 
-TEST_F(ThumbnailTest, OnlyWhatNeedsTheCodecsLoadsThem) {
-    EXPECT_EQ("0\n", shell("LD_DEBUG=files $ORVEL_EMULATOR " ORVEL_BINARY_DIR "/bin/orvel-flv probe " +
-                           kIndexed + " 2>&1 | grep -c libavcodec")
-                             .out);
-    for (const char* file : {"orvel-flv", "libflvextractor.so", "liborvel_platform.so"})
-        std::filesystem::copy(std::string(ORVEL_BINARY_DIR "/bin/") + file, path(file));
-    Outcome outcome = shell("$ORVEL_EMULATOR ./orvel-flv thumbnail " + kIndexed);
-    EXPECT_EQ(3, outcome.code);
-    EXPECT_THAT(outcome.err, HasSubstr("this command needs the codec module, which is not installed"));
-    EXPECT_EQ(0, shell("$ORVEL_EMULATOR ./orvel-flv extract " + kIndexed).code);
-}
-
 }  // namespace
 }  // namespace orvel

@@ -118,6 +118,26 @@ TEST_F(ProgramTest, ReadsAndWritesPipes) {
     EXPECT_EQ("", closed.err);
 }
 
+TEST_F(ProgramTest, NeedsModulesOnlyWhereTheyAreUsed) {
+    const std::string file = kSamples + "hevc_aac.flv", alone = "$ORVEL_EMULATOR ./orvel-flv ";
+    for (const char* name : {"orvel-flv", "libflvextractor.so", "liborvel_platform.so"})
+        std::filesystem::copy(std::string(ORVEL_BINARY_DIR "/bin/") + name, path(name));
+    for (std::string words : {"probe ", "extract ", "check ", "map -o a.svg "})
+        EXPECT_EQ(0, shell(alone + words + file).code) << words;
+    const std::string missing[][2] = {{"thumbnail " + file, "this command needs the codec module"},
+                                      {"remux " + file + " a.mkv", "this command needs the codec module"},
+                                      {"probe http://localhost/a.flv", "a URL needs the network module"}};
+    for (const auto& [words, message] : missing) {
+        Outcome outcome = shell(alone + words);
+        EXPECT_EQ(3, outcome.code) << words;
+        EXPECT_EQ(1, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(message + ", which is not installed (looked for /"));
+    }
+    EXPECT_EQ("0\n",
+              shell("LD_DEBUG=files " + program + "probe " + file + " 2>&1 | grep -cE 'libavcodec|libcurl'")
+                      .out);
+}
+
 TEST_F(ProgramTest, GnuParallelSpreadsFiles) {
     if (shell("command -v parallel").code != 0)
         GTEST_SKIP() << "GNU parallel (Debian package parallel) is missing";
