@@ -29,6 +29,37 @@ TEST(AndroidBp, BuildsWhatCMakeBuilds) {
     EXPECT_THAT(Property("srcs"), testing::UnorderedElementsAreArray(built));
 }
 
+// The dialect, the warnings and what -f says that a source of the plug-in is compiled with here, but for what
+// only this tree adds: stricter warnings, g++'s leave to inline what is exported, what every build of the
+// device's tree has, and what presets choose.
+Strings FlagsHere() {
+    std::ifstream file(ORVEL_BINARY_DIR "/compile_commands.json");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const size_t end = text.find(" -o frameworks/CMakeFiles/flvextractor_objects.dir/"),
+                 begin = text.rfind("\"command\"", end);
+    if (end == std::string::npos) return {};
+    const std::string command = text.substr(begin, end - begin);
+    static const std::regex kFlag(
+            " (?!-W(?:conversion|sign-conversion|shadow|old-style-cast|cast-align) |-fno-(?:exceptions|rtti) "
+            "|-fPIC "
+            "|-f(?:no-)?(?:sanitize|lto|fat-lto|omit-frame|semantic|profile|coverage))(-(?:std=|[fW])[^ "
+            "]*)(?= |$)");
+    return Strings(std::sregex_token_iterator(command.begin(), command.end(), kFlag, 1), {});
+}
+
+TEST(AndroidBp, CompilesAsCMakeDoes) {
+    const Strings here = FlagsHere();
+    if (here.empty()) GTEST_SKIP() << "built without compile_commands.json";
+    Strings device = {"-std=" + Property("cpp_std").at(0)};
+    for (const char* property : {"cflags", "cppflags"}) {
+        for (const std::string& flag : Property(property)) {
+            // The platform's headers have constants of four characters.
+            if (flag != "-Wno-multichar") device.push_back(flag);
+        }
+    }
+    EXPECT_THAT(device, testing::UnorderedElementsAreArray(here));
+}
+
 TEST(AndroidBp, NamesWhatIsThere) {
     for (const char* property : {"local_include_dirs", "version_script"}) {
         EXPECT_FALSE(Property(property).empty()) << property;
