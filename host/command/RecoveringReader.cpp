@@ -116,12 +116,17 @@ android::status_t RecoveringReader::recover(android::MediaBuffer** buffer) {
     while (mBreaksLeft > 0 && mView->mendNext()) {
         --mBreaksLeft;
         openTrack();
+        mIsStuck = true;
         if (mSource == nullptr || mSource->start() != android::OK) break;
         if (resume(buffer) != android::OK) continue;
+        mIsStuck = false;
         mReport(LostSpan{mLatestUs, TimeOf(*buffer), usualStepUs()});
         mFloorUs = std::exchange(mLatestUs, -1);  // what damage costs is no step of the track's
         return deliver(buffer);
     }
+    if (mIsStuck && mLatestUs >= 0 && mEndUs - mLatestUs > usualStepUs() + kMillisecond)
+        mReport(LostSpan{mLatestUs, -1, usualStepUs()});
+    mIsStuck = false;
     return android::ERROR_END_OF_STREAM;
 }
 
@@ -203,9 +208,10 @@ TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t trac
 
 std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span) {
     std::string from = span.lastUs < 0 ? "its beginning" : FormatSeconds(span.lastUs) + " s";
-    std::string what = span.isHole() ? fmt::format("has nothing between {} and {} s", from,
-                                                   FormatSeconds(span.resumedUs))
-                                     : fmt::format("goes on behind {} without a gap", from);
+    std::string to = FormatSeconds(span.resumedUs);
+    std::string what = span.resumedUs < 0 ? fmt::format("has nothing behind {}", from)
+                       : span.isHole()    ? fmt::format("has nothing between {} and {} s", from, to)
+                                          : fmt::format("goes on at {} s behind {}", to, from);
     return fmt::format("{}: damaged: the {} track {}", input.name(), input.tracks()[track].kindName(), what);
 }
 

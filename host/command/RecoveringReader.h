@@ -14,10 +14,10 @@
 namespace orvel {
 
 // Where a track was read on behind damage: of the samples between these times, if there were any, none was
-// delivered.
+// delivered. Pictures that are shown out of order may be missing before the first of them, too.
 struct LostSpan {
     int64_t lastUs = 0;     // the latest sample before; -1 when there was none
-    int64_t resumedUs = 0;  // the sample that reading went on with
+    int64_t resumedUs = 0;  // the sample that reading went on with; -1 when it could not go on
     int64_t usualUs = 0;    // the longest step from one sample to a later one shortly before
 
     // Whether the track has a hole there. Times are whole milliseconds, so that steps of one length differ by
@@ -39,7 +39,7 @@ using LossReport = std::function<void(const LostSpan&)>;
 class RecoveringReader : public android::MediaSource {
   public:
     // The plug-in and the input must outlive it. report is called before the sample that ends the span is
-    // delivered.
+    // delivered, or before the end of the stream.
     RecoveringReader(const Plugin& plugin, const Input& input, size_t track, LossReport report);
 
     android::status_t start(android::MetaData* params = nullptr) override;
@@ -74,6 +74,7 @@ class RecoveringReader : public android::MediaSource {
     std::array<int64_t, 32> mStepsUs = {};  // by which the latest time has grown, the last so many times
     size_t mNextStep = 0;
     std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
+    bool mIsStuck = false;            // there is a break that reading could not go on behind
     int mSeeksLeft;
     int mBreaksLeft;
 };
@@ -81,8 +82,8 @@ class RecoveringReader : public android::MediaSource {
 // A reader of the track that recovers.
 TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t track, LossReport report);
 
-// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s", or, where
-// there is no hole, "name: damaged: the audio track goes on behind 4.960 s without a gap".
+// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s", or where
+// there is no hole "... goes on at 4.983 s behind 4.960 s", or at the end "... has nothing behind 4.960 s".
 std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span);
 
 }  // namespace orvel

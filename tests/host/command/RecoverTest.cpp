@@ -118,12 +118,23 @@ TEST_F(RecoverTest, AllButDamageAndOneGroupOfPicturesComesBack) {
                 for (size_t i : {0u, 1u}) {
                     const std::string track = i == 1 ? "the video track " : "the audio track ";
                     EXPECT_THAT(outcome.err,
-                                HasSubstr(track + (hasHole[i] ? "has nothing between" : "goes on behind")))
+                                HasSubstr(track + (hasHole[i] ? "has nothing between" : "goes on at")))
                             << name << " " << kind << " at " << percent << " %";
                 }
             }
         }
     }
+}
+
+TEST_F(RecoverTest, SaysWhatIsMissingAtTheEndAndNeverIntoItsOutput) {
+    Bytes file = ReadProjectFile("samples/avc_aac_index.flv");
+    std::fill_n(&file[306064], 3, uint8_t{0});  // the size of an audio tag in the last group of pictures
+    write("end.flv", file);
+    EXPECT_THAT(run("extract --recover end.flv").err,
+                HasSubstr("the video track has nothing behind 13.080 s"));
+    const Bytes video = read("end.h264");
+    run("extract --recover --force end.flv <&- 2>&-");
+    EXPECT_EQ(video, read("end.h264"));
 }
 
 TEST_F(RecoverTest, ChangesNothingWhereNothingIsDamaged) {
