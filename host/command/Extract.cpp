@@ -49,30 +49,11 @@ void SendToStandardOutput(const std::string& path) {
     if (count < 0) throw Failure(ExitCode::kInputOutput, path + ": " + file->lastError());
 }
 
-// A folder for the outputs, made with those above it where they are missing. Those that were made and that
-// hold nothing are gone with this object.
-class MadeFolder {
-  public:
-    explicit MadeFolder(const fs::path& folder) {
-        std::error_code error;
-        for (fs::path missing = fs::absolute(folder).lexically_normal(); !fs::exists(missing, error);
-             missing = missing.parent_path())
-            mMade.push_back(missing);
-        fs::create_directories(folder, error);
-        if (error)
-            throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", folder.string(), error.message()));
-    }
-    ~MadeFolder() {
-        std::error_code isUsed;
-        for (const fs::path& folder : mMade)
-            fs::remove(folder, isUsed);
-    }
-    MadeFolder(const MadeFolder&) = delete;
-    MadeFolder& operator=(const MadeFolder&) = delete;
-
-  private:
-    std::vector<fs::path> mMade;  // the innermost first
-};
+void MakeFolder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) throw Failure(ExitCode::kInputOutput, fmt::format("{}: {}", folder, error.message()));
+}
 
 class ExtractCommand : public Command {
   public:
@@ -119,14 +100,16 @@ ExitCode ExtractCommand::run(Session& session) {
     if (toStandardOutput() && (mTrack.empty() || inputs.size() > 1 || mWithTimestamps)) {
         throw Failure(ExitCode::kUsage, "-o -: takes one input and one --track, without --timestamps");
     }
+    if (mFolder.empty()) throw Failure(ExitCode::kUsage, "-o: names no folder");
     const Plugin& plugin = session.plugin();
-    std::optional<MadeFolder> folder;
-    if (!toStandardOutput()) folder.emplace(mFolder);
     return inputs.forEach([&](const std::string& location) { return extract(plugin, location); });
 }
 
 ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& location) {
     Input input(plugin, location);
+    // Not before: an input that does not open leaves no empty folder. And none is taken away again, since
+    // another job may just be about to write there.
+    if (!toStandardOutput()) MakeFolder(mFolder);
     std::string stem = (fs::path(mFolder) / StemOf(location, plugin.extensions())).lexically_normal();
     if (toStandardOutput()) stem = fs::temp_directory_path() / fmt::format("orvel-flv-{}", getpid());
     Tracks tracks = openTracks(input, stem);

@@ -69,7 +69,7 @@ TEST_F(ExtractTest, SpanBeginsWhereASeekLands) {
             "cat */*.h264.timestamps.txt | awk '$1 < 7980' | sort | uniq -c | awk '$1 != 2'";
     EXPECT_EQ("", shell(before).out);
     EXPECT_EQ("8040\n", shell("awk '$1 >= 7980' part/*.h264.timestamps.txt").out);
-    EXPECT_EQ(1, run("extract --from 99 -o none/at/all " + kSamples + "avc_aac_index.flv").code);
+    EXPECT_EQ(1, run("extract --from 99 -o whole --force " + kSamples + "avc_aac_index.flv").code);
     EXPECT_EQ(3, run("extract -o whole/new/ missing.flv").code);
     EXPECT_EQ("a\npart\nwhole\n", list());
     EXPECT_EQ("", shell("ls whole | grep new").out);
