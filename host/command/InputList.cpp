@@ -20,17 +20,20 @@ bool IsFlv(const std::string& name) {
     return HasExtension(name, ".flv") || HasExtension(name, ".f4v");
 }
 
-std::vector<std::string> FilesIn(const std::string& folder) {
-    std::vector<std::string> files;
+// Adds the FLV files in and below a folder. False, with complaints, when some of it could not be read.
+bool AddFilesIn(const fs::path& folder, std::vector<std::string>* files) {
     std::error_code error;
-    auto options = fs::directory_options::skip_permission_denied;
-    for (fs::recursive_directory_iterator at(folder, options, error), end; !error && at != end;
-         at.increment(error)) {
+    bool isWhole = true;
+    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
         std::error_code ignored;
-        if (at->is_regular_file(ignored) && IsFlv(at->path())) files.push_back(at->path().string());
+        if (at->is_directory(ignored) && !at->is_symlink(ignored)) {
+            isWhole &= AddFilesIn(at->path(), files);
+        } else if (at->is_regular_file(ignored) && IsFlv(at->path())) {
+            files->push_back(at->path().string());
+        }
     }
-    std::sort(files.begin(), files.end());
-    return files;
+    if (error) Complain(folder.string() + ": " + error.message());
+    return isWhole && !error;
 }
 
 }  // namespace
@@ -50,7 +53,9 @@ InputList::InputList(const std::vector<std::string>& names, bool expandsFolders)
 }
 
 void InputList::addFolder(const std::string& folder) {
-    std::vector<std::string> files = FilesIn(folder);
+    std::vector<std::string> files;
+    if (!AddFilesIn(folder, &files)) mWorst = std::max(mWorst, ExitCode::kInputOutput);
+    std::sort(files.begin(), files.end());
     mLocations.insert(mLocations.end(), files.begin(), files.end());
     if (!files.empty()) return;
     Complain(folder + ": no FLV files in or below this folder");

@@ -14,8 +14,9 @@ class InputList {
   public:
     // Folders are replaced only when the user has asked for it (expandsFolders): each by the files in and
     // below it that end in .flv or .f4v (in any letter case), sorted by path. Links to folders are not
-    // followed. Whatever cannot be looked into stays as it is, for whoever opens it to complain about; of a
-    // folder without such files it is said at once, and the result of forEach() is at least kDamaged.
+    // followed. A name that cannot be looked into stays as it is, for whoever opens it to complain about; of
+    // a folder below that cannot be read it is said at once, and the result of forEach() is at least
+    // kInputOutput, and likewise of a folder without such files (kDamaged).
     InputList(const std::vector<std::string>& names, bool expandsFolders);
 
     size_t size() const { return mLocations.size(); }
