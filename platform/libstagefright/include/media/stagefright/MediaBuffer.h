@@ -14,7 +14,7 @@ namespace android {
 // One access unit, or a part of one: a block of bytes, the range of them that is valid, and a description
 // (kKeyTime, kKeyIsSyncFrame). Made with `new` and given up with release(); not held by sp. One buffer is
 // used by one thread at a time; only its references may be taken and given up concurrently.
-class MediaBuffer {
+class MediaBuffer final {
   public:
     // Allocates size bytes, not initialised. Running out of memory ends the process with a fatal log line.
     explicit MediaBuffer(size_t size);
