@@ -90,9 +90,10 @@ TrackFormat ReadTrackFormat(const android::MetaData& format) {
     format.findInt32(android::kKeySampleRate, &track.sampleRate);
     format.findInt32(android::kKeyChannelCount, &track.channelCount);
     format.findInt64(android::kKeyDuration, &track.durationUs);
-    if (track.durationUs >= kNoDurationUs) track.durationUs = 0;
+    const bool hasNoEnd = track.durationUs >= kNoDurationUs;
+    if (hasNoEnd) track.durationUs = 0;
     int64_t thumbnailTimeUs;
-    if (format.findInt64(android::kKeyThumbnailTime, &thumbnailTimeUs))
+    if (!hasNoEnd && format.findInt64(android::kKeyThumbnailTime, &thumbnailTimeUs))  // a share of it
         track.thumbnailTimeUs = thumbnailTimeUs;
     ByteSpan record = FindConfiguration(format, &track);
     track.configuration.assign(record.data, record.data + record.size);

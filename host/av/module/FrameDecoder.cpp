@@ -15,6 +15,7 @@ namespace {
 constexpr size_t kMostNalUnits = 4096;
 
 bool HasTooManyNalUnits(ByteSpan sample) {
+    if (sample.size == 0) return false;
     const uint8_t* at = sample.data;
     const uint8_t* end = sample.data + sample.size;
     for (size_t count = 0; count <= kMostNalUnits; ++count) {
