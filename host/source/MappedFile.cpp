@@ -66,7 +66,8 @@ constexpr size_t kReserveBytes = kLargePageBytes;
 // would be resident as a whole, also for a window of a part of them.
 uintptr_t OffLargePages(const void* address) {
     const uintptr_t wanted = kLargePageBytes / 2;
-    return (wanted - reinterpret_cast<uintptr_t>(address)) % kLargePageBytes;
+    const uintptr_t past = reinterpret_cast<uintptr_t>(address) % kLargePageBytes;
+    return past <= wanted ? wanted - past : wanted + kLargePageBytes - past;
 }
 
 }  // namespace
