@@ -102,6 +102,7 @@ ExitCode ExtractCommand::run(Session& session) {
     }
     if (mFolder.empty()) throw Failure(ExitCode::kUsage, "-o: names no folder");
     const Plugin& plugin = session.plugin();
+    mWritten.spare(inputs.locations());
     return inputs.forEach([&](const std::string& location) { return extract(plugin, location); });
 }
 
@@ -143,6 +144,7 @@ ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std:
         try {
             auto existing = mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep;
             std::string path = PathOfTrack(stem, format);
+            RequireOtherFile(path, input.location());
             mWritten.requireNew(path, input.name());
             tracks.push_back(std::make_unique<ExtractedTrack>(input, i, path, existing, mWithTimestamps));
         } catch (const Failure& failure) {

@@ -15,11 +15,6 @@ namespace {
 
 constexpr int64_t kSecond = 1000000;
 
-std::string OtherThanInput(const std::string& path, const Input& input) {
-    RequireOtherFile(path, input.location());
-    return path;
-}
-
 // The last packet may be cut short; any other of another size is a difference.
 PacketSizes MeasurePackets(const Input& input, size_t track) {
     if (input.tracks()[track].codec != Codec::kAdpcm) return PacketSizes();
@@ -58,11 +53,12 @@ std::string PathOfTrack(const std::string& stem, const TrackFormat& format) {
 
 ExtractedTrack::ExtractedTrack(const Input& input, size_t track, const std::string& path,
                                AtomicFile::Existing existing, bool withTimestamps)
-    : mFormat(input.tracks()[track]), mTrack(track), mFile(OtherThanInput(path, input), existing) {
+    : mFormat(input.tracks()[track]), mTrack(track), mFile(path, existing) {
     mWriter = MakeSampleWriter(mFormat, MeasurePackets(input, track), mFile);
     if (!withTimestamps) return;
-    mTimestampsFile =
-            std::make_unique<AtomicFile>(OtherThanInput(mFile.path() + ".timestamps.txt", input), existing);
+    const std::string timestamps = mFile.path() + ".timestamps.txt";
+    RequireOtherFile(timestamps, input.location());
+    mTimestampsFile = std::make_unique<AtomicFile>(timestamps, existing);
     mTimestamps = std::make_unique<TimestampFile>(*mTimestampsFile);
 }
 

@@ -19,6 +19,7 @@ class InputList {
     // kInputOutput, and likewise of a folder without such files (kDamaged).
     InputList(const std::vector<std::string>& names, bool expandsFolders);
 
+    const std::vector<std::string>& locations() const { return mLocations; }
     size_t size() const { return mLocations.size(); }
 
     // Does the work for each input in turn. One that fails is complained about, and the next one is taken;

@@ -61,6 +61,7 @@ TEST_F(ProgramTest, InputsOfOneNameDoNotReplaceEachOthersFiles) {
             {"thumbnail -r -o - in", 2, "-o: names one picture"},
             {"extract -r --force in in/a", 3,
              "in/a/x.flv: would replace x.ivf, made from an input of the same"},
+            {"extract --force in/a/x.flv x.ivf", 3, "in/a/x.flv: would replace x.ivf, an input"},
             {"thumbnail -r --force in", 3,
              "in/b/x.flv: would replace x.png, made from an input of the same"}};
     bool hasCodecs = std::filesystem::exists(ORVEL_BINARY_DIR "/bin/liborvel_flv_av.so");
