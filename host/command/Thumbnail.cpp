@@ -75,6 +75,8 @@ class ThumbnailCommand : public Command {
     ExitCode makePicture(const Plugin& plugin, const std::string& location);
     KeyPicture findOne(KeyPictures* pictures, const Input& input, const TrackFormat& format) const;
     std::vector<KeyPicture> findMany(KeyPictures* pictures, const Input& input) const;
+    std::optional<int64_t> fillCells(KeyPictures* pictures, const Input& input, int64_t durationUs,
+                                     std::vector<KeyPicture>* found) const;
     void save(const std::string& path, const Picture& picture, const std::string& what) const;
 
     std::vector<std::string> mLocations;
@@ -123,6 +125,7 @@ ExitCode ThumbnailCommand::run(Session& session) {
                    HasExtension(mOutput, ".jpg") || HasExtension(mOutput, ".jpeg");
     if (!isKnown) throw Failure(ExitCode::kUsage, mOutput + ": neither .png nor .jpg");
     const Plugin& plugin = session.plugin();
+    mWritten.spare(inputs.locations());
     return inputs.forEach([&](const std::string& location) { return makePicture(plugin, location); });
 }
 
@@ -175,18 +178,35 @@ KeyPicture ThumbnailCommand::findOne(KeyPictures* pictures, const Input& input,
 // Pictures from evenly spaced times, none twice: where a seek lands on the one before again, the next key
 // frame is taken, and where there is none, there is one picture less.
 std::vector<KeyPicture> ThumbnailCommand::findMany(KeyPictures* pictures, const Input& input) const {
+    constexpr int kMostPasses = 16;
     std::vector<KeyPicture> found;
+    std::optional<int64_t> emptyUs = input.durationUs();
+    for (int pass = 0; emptyUs && pass < kMostPasses; ++pass)
+        emptyUs = fillCells(pictures, input, *emptyUs, &found);
+    input.throwIfReadsFailed();
+    if (found.empty()) throw Failure(ExitCode::kDamaged, input.name() + ": no key frame that decodes");
+    return found;
+}
+
+// Result: a time behind the last key frame, where the duration that was gone by must lie in fact. That of the
+// metadata may be wrong, or the file be cut.
+std::optional<int64_t> ThumbnailCommand::fillCells(KeyPictures* pictures, const Input& input,
+                                                   int64_t durationUs, std::vector<KeyPicture>* found) const {
+    found->clear();
     int i = 0, cells = mGrid->width * mGrid->height;
     PictureProgress progress(input, [&] { return static_cast<double>(i) / cells; });
     for (; i < cells; ++i) {
-        auto picture =
-                pictures->find(input.durationUs() / cells * i, found.empty() ? -1 : found.back().timeUs);
-        if (picture) found.push_back(*std::move(picture));
+        int64_t timeUs = durationUs / cells * i;
+        int64_t afterUs = found->empty() ? -1 : found->back().timeUs;
+        auto picture = pictures->find(timeUs, afterUs);
+        if (picture) {
+            found->push_back(*std::move(picture));
+        } else if (!found->empty() && timeUs > afterUs) {
+            return timeUs;
+        }
     }
-    input.throwIfReadsFailed();
-    if (found.empty()) throw Failure(ExitCode::kDamaged, input.name() + ": no key frame that decodes");
     progress.finish();
-    return found;
+    return std::nullopt;
 }
 
 void ThumbnailCommand::save(const std::string& path, const Picture& picture, const std::string& what) const {
