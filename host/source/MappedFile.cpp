@@ -108,7 +108,9 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
 
 // A piece beside one that is kept is what a reader comes to that goes through the file.
 bool MappedFile::isBesideKept(size_t piece) const {
-    const auto isBeside = [piece](size_t kept) { return piece + 1 == kept || piece == kept + 1; };
+    const auto isBeside = [piece](size_t kept) {
+        return kept == kNoPiece ? piece == 0 : piece + 1 == kept || piece == kept + 1;
+    };
     return std::any_of(std::begin(mKept), std::end(mKept), isBeside);
 }
 

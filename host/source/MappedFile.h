@@ -34,7 +34,7 @@ class MappedFile {
     static constexpr size_t kPieceBytes = size_t{512} << 10;
     static constexpr size_t kPiecesKept = 2;
     static constexpr int kVisitsToEnter = 16;
-    static constexpr size_t kNoPiece = SIZE_MAX;  // beside the file's first piece
+    static constexpr size_t kNoPiece = SIZE_MAX;  // counts as beside the file's first piece
 
     bool enter(size_t piece);
     bool isBesideKept(size_t piece) const;
