@@ -113,20 +113,19 @@ android::status_t RecoveringReader::deliver(android::MediaBuffer** buffer) {
 }
 
 android::status_t RecoveringReader::recover(android::MediaBuffer** buffer) {
+    bool isStuck = false;  // behind a break
     while (mBreaksLeft > 0 && mView->mendNext()) {
         --mBreaksLeft;
         openTrack();
-        mIsStuck = true;
+        isStuck = true;
         if (mSource == nullptr || mSource->start() != android::OK) break;
         if (resume(buffer) != android::OK) continue;
-        mIsStuck = false;
         mReport(LostSpan{mLatestUs, TimeOf(*buffer), usualStepUs()});
         mFloorUs = std::exchange(mLatestUs, -1);  // what damage costs is no step of the track's
         return deliver(buffer);
     }
-    if (mIsStuck && mLatestUs >= 0 && mEndUs - mLatestUs > usualStepUs() + kMillisecond)
+    if (isStuck && mLatestUs >= 0 && mEndUs - mLatestUs > usualStepUs() + kMillisecond)
         mReport(LostSpan{mLatestUs, -1, usualStepUs()});
-    mIsStuck = false;
     return android::ERROR_END_OF_STREAM;
 }
 

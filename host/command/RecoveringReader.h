@@ -74,7 +74,6 @@ class RecoveringReader : public android::MediaSource {
     std::array<int64_t, 32> mStepsUs = {};  // by which the latest time has grown, the last so many times
     size_t mNextStep = 0;
     std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
-    bool mIsStuck = false;            // there is a break that reading could not go on behind
     int mSeeksLeft;
     int mBreaksLeft;
 };
