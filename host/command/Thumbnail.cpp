@@ -161,9 +161,10 @@ KeyPicture ThumbnailCommand::findOne(KeyPictures* pictures, const Input& input,
         most *= static_cast<double>(timeUs) / static_cast<double>(input.durationUs());
     PictureProgress progress(
             input, [&] { return static_cast<double>(input.source().count().bytes) / std::max(most, 1.0); });
-    auto found = pictures->find(timeUs, kBeforeAll);
+    bool isBehindLast;
+    auto found = pictures->find(timeUs, kBeforeAll, &isBehindLast);
     // The thumbnail time comes of the duration, which may lie.
-    if (!found && !mAtUs) found = pictures->find(0, kBeforeAll);
+    if (!found && !mAtUs) found = pictures->find(0, kBeforeAll, &isBehindLast);
     input.throwIfReadsFailed();
     if (!found) {
         std::string where = mAtUs ? fmt::format(" from {} s on", FormatSeconds(*mAtUs)) : "";
@@ -198,12 +199,10 @@ std::optional<int64_t> ThumbnailCommand::fillCells(KeyPictures* pictures, const 
     for (; i < cells; ++i) {
         int64_t timeUs = durationUs / cells * i;
         int64_t afterUs = found->empty() ? -1 : found->back().timeUs;
-        auto picture = pictures->find(timeUs, afterUs);
-        if (picture) {
-            found->push_back(*std::move(picture));
-        } else if (!found->empty() && timeUs > afterUs) {
-            return timeUs;
-        }
+        bool isBehindLast;
+        auto picture = pictures->find(timeUs, afterUs, &isBehindLast);
+        if (picture) found->push_back(*std::move(picture));
+        if (isBehindLast && !found->empty() && timeUs > afterUs) return timeUs;
     }
     progress.finish();
     return std::nullopt;

@@ -10,13 +10,15 @@ KeyPictures::KeyPictures(const Input& input, size_t track, const AvModule& modul
       mDecoder(module.openDecoder(mForm.setup())),
       mBox(box) {}
 
-std::optional<KeyPicture> KeyPictures::find(int64_t timeUs, int64_t afterUs) {
+std::optional<KeyPicture> KeyPictures::find(int64_t timeUs, int64_t afterUs, bool* isBehindLast) {
     std::optional<KeyPicture> doubtful;
     int tries = 0;
+    *isBehindLast = true;
     for (bool more = mReader.seek(timeUs); more && tries < kMostTries; more = mReader.next()) {
         const AccessUnit& sample = mReader.sample();
         if (!sample.isSync || sample.timeUs <= afterUs) continue;
         ++tries;
+        *isBehindLast = false;
         PictureDecoder::Result result = mDecoder->decode(mForm.convert(sample.bytes));
         bool isWhole = result == PictureDecoder::Result::kPicture;
         if (result == PictureDecoder::Result::kNothing || (!isWhole && doubtful)) continue;

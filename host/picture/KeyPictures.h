@@ -22,9 +22,9 @@ class KeyPictures {
 
     // A seek's sync sample or, while that does not decode whole, the next one: at most kMostTries, from the
     // first on that is later than afterUs. When none decodes whole, the first that decodes at all. Nothing
-    // when none does.
+    // when none does; *isBehindLast then tells whether there was no such sample to try.
     static constexpr int kMostTries = 8;
-    std::optional<KeyPicture> find(int64_t timeUs, int64_t afterUs);
+    std::optional<KeyPicture> find(int64_t timeUs, int64_t afterUs, bool* isBehindLast);
 
   private:
     TrackReader mReader;

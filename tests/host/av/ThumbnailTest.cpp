@@ -61,6 +61,8 @@ TEST_F(ThumbnailTest, PassesOverKeyFramesThatDoNotDecode) {
         EXPECT_THAT(outcome.out + outcome.err,
                     HasSubstr(damaged > 8 ? "that decodes" : "key frame at 5.080 s"));
     }
+    // Those at 0, 2, 12 and 13 s: nine damaged ones are no end of the file.
+    EXPECT_THAT(run("thumbnail --grid 7x1 -o sheet.png bad.flv").out, HasSubstr(", 4 key frames"));
 }
 
 TEST_F(ThumbnailTest, SheetHasNoMoreCellsThanKeyFrames) {
