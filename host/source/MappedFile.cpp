@@ -78,16 +78,20 @@ MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mReserve(null
     void* const reserve = mmap(nullptr, size + kReserveBytes, PROT_NONE,
                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (reserve == MAP_FAILED) return;
-    mReserve = static_cast<uint8_t*>(reserve);
-    uint8_t* const bytes = mReserve + OffLargePages(mReserve);
-    if (mmap(bytes, size, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, 0) == MAP_FAILED) return;
+    uint8_t* const bytes = static_cast<uint8_t*>(reserve) + OffLargePages(reserve);
+    // A mapping that fails may have given up its part of the reserve, which may soon be somebody else's.
+    if (mmap(bytes, size, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, 0) == MAP_FAILED) {
+        munmap(reserve, size + kReserveBytes);
+        return;
+    }
+    mReserve = reserve;
     mBytes = bytes;
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
 }
 
 MappedFile::~MappedFile() {
-    if (mReserve != nullptr) munmap(mReserve, mSize + kReserveBytes);
+    if (mBytes != nullptr) munmap(mReserve, mSize + kReserveBytes);
 }
 
 bool MappedFile::read(size_t offset, void* destination, size_t size) {

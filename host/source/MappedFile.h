@@ -40,7 +40,7 @@ class MappedFile {
     bool isBesideKept(size_t piece) const;
 
     const size_t mSize;
-    uint8_t* mReserve;                     // the addresses among which the file is mapped, or null
+    void* mReserve;                        // the addresses among which the file is mapped
     uint8_t* mBytes;                       // null: not mapped
     std::atomic<size_t> mPiece{kNoPiece};  // that of the last read
     std::mutex mLock;
