@@ -19,20 +19,6 @@ void* allocate(size_t size) {
     return memory;
 }
 
-}  // namespace
-
-// One block holds the description, first because it may outlive the buffer and takes the block with it, then
-// the buffer, then the buffer's bytes if they are few. A second and third call of the allocator would show in
-// the time that a small sample takes.
-class alignas(max_align_t) MediaBuffer::Description : public MetaData {
-  public:
-    static Description* of(void* buffer) { return static_cast<Description*>(buffer) - 1; }
-    static void* operator new(size_t, void* place) { return place; }
-    static void operator delete(void* block) { free(block); }
-};
-
-namespace {
-
 // The address sanitizer guards the ends of whole blocks only.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kGuarded = true;
@@ -46,6 +32,16 @@ constexpr size_t kBytesInside = kGuarded ? 0 : 768;
 
 }  // namespace
 
+// One block holds the description, first because it may outlive the buffer and takes the block with it, then
+// the buffer, then the buffer's bytes if they are few. A second and third call of the allocator would show in
+// the time that a small sample takes.
+class alignas(max_align_t) MediaBuffer::Description : public MetaData {
+  public:
+    static Description* of(void* buffer) { return static_cast<Description*>(buffer) - 1; }
+    static void* operator new(size_t, void* place) { return place; }
+    static void operator delete(void* block) { free(block); }
+};
+
 void* MediaBuffer::operator new(size_t /* size */) {
     static_assert(sizeof(MediaBuffer) % alignof(max_align_t) == 0, "the bytes behind it need alignment");
     return static_cast<Description*>(allocate(sizeof(Description) + sizeof(MediaBuffer) + kBytesInside)) + 1;
@@ -56,20 +52,14 @@ void MediaBuffer::operator delete(void* buffer) {
 }
 
 MediaBuffer::MediaBuffer(size_t size)
-    : mMetaData(new (Description::of(this)) Description),
-      mOwned(size <= kBytesInside ? nullptr : allocate(size)),
-      mData(mOwned != nullptr ? mOwned : this + 1),
-      mSize(size),
-      mRangeOffset(0),
-      mRangeLength(size),
-      mExtraRefs(0) {
-    mMetaData->incStrong(this);
-}
+    : MediaBuffer(size <= kBytesInside ? nullptr : allocate(size), this + 1, size) {}
 
-MediaBuffer::MediaBuffer(void* data, size_t size)
+MediaBuffer::MediaBuffer(void* data, size_t size) : MediaBuffer(nullptr, data, size) {}
+
+MediaBuffer::MediaBuffer(void* owned, void* other, size_t size)
     : mMetaData(new (Description::of(this)) Description),
-      mOwned(nullptr),
-      mData(data),
+      mOwned(owned),
+      mData(owned != nullptr ? owned : other),
       mSize(size),
       mRangeOffset(0),
       mRangeLength(size),

@@ -44,7 +44,7 @@ class MediaBuffer final {
     // The description, empty at first and shared with whoever keeps it, also beyond the buffer's end.
     sp<MetaData> meta_data() { return mMetaData; }
 
-    // A buffer, its description and its own bytes, if they are few hundred, are one allocation.
+    // A buffer, its description and its own bytes, if they are a few hundred, are one allocation.
     static void* operator new(size_t size);
     static void operator delete(void* buffer);
 
@@ -53,6 +53,9 @@ class MediaBuffer final {
 
   private:
     class Description;
+
+    // The bytes are those owned or, where that is null, the others.
+    MediaBuffer(void* owned, void* other, size_t size);
 
     MetaData* const mMetaData;  // referenced; its end is that of the memory in which this buffer lies
     void* const mOwned;         // the bytes' own allocation, or null
