@@ -77,7 +77,8 @@ long FlvFile::ByteRead(unsigned char* destination, unsigned long size) {
         bytes = mBuffer;
         size = std::min(size, static_cast<unsigned long>(mBufferLength));
     }
-    if (size > 0) memcpy(destination, bytes, size);
+    // Not memcpy, which compilers may replace by a string instruction: that takes long to get going.
+    if (size > 0) memmove(destination, bytes, size);
     mOffset += static_cast<int64_t>(size);
     return static_cast<long>(size);
 }
