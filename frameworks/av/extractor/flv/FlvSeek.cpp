@@ -107,12 +107,12 @@ int64_t FlvSource::getPosForTime(int64_t timeUs) {
 bool FlvSource::seekByIndex(int64_t position) {
     bool usable = readTagAt(position - FlvReader::kPreviousTagSizeBytes) && mTag.mDataSize != 0;
     if (usable) {
-        mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;
-        usable = isAudio() || recordIndexedVideoTag();
+        mCurrentPos = mFile.mOffset + mTag.mDataSize;
+        usable = mIsAudio || recordIndexedVideoTag();
     }
     if (!usable) {
         ALOGD("there is something wrong, we use the slow seek scheme(may cause anr)");
-    } else if (isAudio()) {
+    } else if (mIsAudio) {
         advance(false);
         ALOGD("use the next audio tag directly");
     } else {
@@ -124,18 +124,17 @@ bool FlvSource::seekByIndex(int64_t position) {
 // The index is taken at its word as to what the tag is: neither its type nor its packet type is tested.
 bool FlvSource::recordIndexedVideoTag() {
     FlvReader::VideoTag header;
-    if (!reader().ReadTag(header)) return false;
-    if (FlvReader::HasPacketType(header.mCodecId)) reader().mFile->BitRead(8);
+    if (!mReader.ReadTag(header)) return false;
+    if (FlvReader::HasPacketType(header.mCodecId)) mFile.BitRead(8);
     return examineVideoPayload(header) == Unit::kSample;
 }
 
 // By proportion of the duration. Without one the whole file is ahead.
 int64_t FlvSource::estimatePosition(int64_t targetMs) const {
-    const CFlv& flv = reader();
-    if (flv.mDuration == 0) return flv.mDataOffset;
-    const double share = static_cast<double>(targetMs) / flv.mDuration;
-    const auto first = static_cast<double>(flv.mDataOffset);
-    return Truncate<int64_t>(first + share * (static_cast<double>(flv.mFile->mFileSize) - first));
+    if (mReader.mDuration == 0) return mReader.mDataOffset;
+    const double share = static_cast<double>(targetMs) / mReader.mDuration;
+    const auto first = static_cast<double>(mReader.mDataOffset);
+    return Truncate<int64_t>(first + share * (static_cast<double>(mFile.mFileSize) - first));
 }
 
 // What the passes of one seek share.
@@ -169,23 +168,23 @@ struct FlvSource::BackOff {
 // half-way back, though it was sound at the head of the file, sends the seek on to the passes; that there is
 // a sample behind the target is known by then.
 void FlvSource::seekSlowly(int64_t targetMs, int64_t estimate) {
-    const bool caching = (reader().mFile->mSource->flags() & DataSource::kIsCachingDataSource) != 0;
-    const bool plain = !caching && !reader().mPrevTagSizeMismatch;
+    const bool caching = (mFile.mSource->flags() & DataSource::kIsCachingDataSource) != 0;
+    const bool plain = !caching && !mReader.mPrevTagSizeMismatch;
     if (plain) {
         int64_t slot = estimate;
         if (!synchronise(&slot) || plainScan(targetMs)) return;
     }
     const uint32_t step = caching ? kCachingBackOffBytes : kLocalBackOffBytes;
-    BackOff backOff(targetMs, isAudio() ? step : 2 * step, plain, reader().mFile->mFileSize);
+    BackOff backOff(targetMs, mIsAudio ? step : 2 * step, plain, mFile.mFileSize);
     backOffScan(&backOff, estimate);
 }
 
 // Moves to the first tag at or after the estimate; the end of the stream when there is none.
 bool FlvSource::synchronise(int64_t* estimate) {
     long slot = *estimate;
-    if (!reader().Sync(slot)) {
+    if (!mReader.Sync(slot)) {
         mReachedEOS = true;
-        mCurrentPos = reader().mFile->mFileSize;
+        mCurrentPos = mFile.mFileSize;
         return false;
     }
     *estimate = mCurrentPos = slot;
@@ -193,7 +192,7 @@ bool FlvSource::synchronise(int64_t* estimate) {
 }
 
 bool FlvSource::isEarlyEnough(int64_t targetMs) const {
-    return mTag.mTimestamp <= targetMs && (isAudio() || mIsSyncFrame);
+    return mTag.mTimestamp <= targetMs && (mIsAudio || mIsSyncFrame);
 }
 
 // Forward to the target and back to the last suitable sample at or before it; the track's first sample when
@@ -214,7 +213,7 @@ bool FlvSource::plainScan(int64_t targetMs) {
 // Passes that start ever farther in front of the estimate. The last one starts at the first tag of the file:
 // when even that lands behind the target, the track's first sample is the answer.
 void FlvSource::backOffScan(BackOff* backOff, int64_t estimate) {
-    const int64_t dataOffset = reader().mDataOffset;
+    const int64_t dataOffset = mReader.mDataOffset;
     for (bool last = false; !last;) {
         // A step that has wrapped to 0 has been everywhere that 32 bits reach.
         last = backOff->step == 0 || estimate <= dataOffset + backOff->step;
@@ -254,7 +253,7 @@ FlvSource::Pass FlvSource::scanPass(BackOff* backOff) {
     int64_t remembered = -1;
     while ((remembered >= 0 || currentSlot() < barrenFrom) && advance(false)) {
         if (remembered < 0 && currentSlot() > barrenFrom) break;
-        if (!isAudio() && !mIsSyncFrame) continue;
+        if (!mIsAudio && !mIsSyncFrame) continue;
         if (mTag.mTimestamp > backOff->targetMs) break;
         remembered = currentSlot();
     }

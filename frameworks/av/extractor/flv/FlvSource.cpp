@@ -31,7 +31,10 @@ constexpr uint32_t kCompositionTimeSign = 0x800000;
 
 FlvSource::FlvSource(const sp<FlvExtractor>& extractor, size_t trackIndex, Mutex* lock)
     : mExtractor(extractor),
+      mReader(*extractor->mFlv),
+      mFile(*mReader.mFile),
       mTrackIndex(trackIndex),
+      mIsAudio(track().mType == FlvReader::kTrackAudio),
       mReachedEOS(false),
       mLock(lock),
       mCurrentPos(extractor->mTracks[trackIndex].mStartPos),
@@ -39,8 +42,8 @@ FlvSource::FlvSource(const sp<FlvExtractor>& extractor, size_t trackIndex, Mutex
       mPayloadPos(0),
       mPayloadSize(0),
       mTag(),
-      mKeyFramePositions(reader().mKeyFramePositions),
-      mKeyFrameTimes(reader().mKeyFrameTimes),
+      mKeyFramePositions(mReader.mKeyFramePositions),
+      mKeyFrameTimes(mReader.mKeyFrameTimes),
       mPreprocess(nullptr) {
     ALOGD("mKeyFramePositions=%zu, mKeyFrameTimes=%zu", mKeyFramePositions.size(), mKeyFrameTimes.size());
     const sp<MetaData> format = mExtractor->format(mTrackIndex);
@@ -62,14 +65,6 @@ FlvSource::~FlvSource() {
 
 const FlvExtractor::TrackInfo& FlvSource::track() const {
     return mExtractor->mTracks[mTrackIndex];
-}
-
-CFlv& FlvSource::reader() const {
-    return *mExtractor->mFlv;
-}
-
-bool FlvSource::isAudio() const {
-    return track().mType == FlvReader::kTrackAudio;
 }
 
 status_t FlvSource::start(MetaData* /* params */) {
@@ -111,16 +106,15 @@ status_t FlvSource::read(MediaBuffer** buffer, const ReadOptions* options) {
 // a payload that the source delivers only in part nothing is delivered: half an access unit does more harm in
 // a decoder than a missing one.
 status_t FlvSource::deliver(MediaBuffer** buffer) {
-    FlvFile& file = *reader().mFile;
     const auto size = static_cast<size_t>(mPayloadSize);
     MediaBuffer* sample = new MediaBuffer(size);
     auto* data = static_cast<uint8_t*>(sample->data());
     const sp<MetaData> meta = sample->meta_data();
     meta->setInt64(kKeyTime, mTag.mTimestamp * kMicrosecondsPerMillisecond);
     meta->setInt32(kKeyIsSyncFrame, mIsSyncFrame ? 1 : 0);
-    file.ByteSeek(mPayloadPos);
+    mFile.ByteSeek(mPayloadPos);
     // A media process with a memory limit may get a buffer without memory.
-    if (data == nullptr || file.ReadFully(data, size) < size) {
+    if (data == nullptr || mFile.ReadFully(data, size) < size) {
         sample->release();
         return ERROR_END_OF_STREAM;
     }
@@ -140,8 +134,8 @@ void FlvSource::preprocess(MediaBuffer* buffer) {
 }
 
 bool FlvSource::readTagAt(int64_t slot) {
-    reader().mFile->ByteSeek(slot);
-    return reader().ReadTag(mTag);
+    mFile.ByteSeek(slot);
+    return mReader.ReadTag(mTag);
 }
 
 // The slot of the tag whose end is mCurrentPos.
@@ -150,7 +144,7 @@ int64_t FlvSource::currentSlot() const {
 }
 
 int64_t FlvSource::bytesLeftInTag() const {
-    return mCurrentPos - reader().mFile->mOffset;
+    return mCurrentPos - mFile.mOffset;
 }
 
 bool FlvSource::advance(bool backward) {
@@ -160,7 +154,7 @@ bool FlvSource::advance(bool backward) {
 bool FlvSource::advanceForward(BackOff* backOff) {
     while (backOff == nullptr || !joinsEarlierPass(backOff)) {
         if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) return endStream();
-        mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;
+        mCurrentPos = mFile.mOffset + mTag.mDataSize;
         const Unit unit = examineTag();
         if (unit == Unit::kSample) return true;
         if (unit == Unit::kUnreadable) return endStream();
@@ -186,7 +180,7 @@ FlvSource::Step FlvSource::stepBack() {
             return advanceForward(nullptr) ? Step::kAtStart : Step::kEnd;
         }
         if (!readTagAt(mCurrentPos) || mTag.mDataSize == 0) break;
-        mCurrentPos = reader().mFile->mOffset + mTag.mDataSize;
+        mCurrentPos = mFile.mOffset + mTag.mDataSize;
         if (!fresh && mCurrentPos != end) break;
         const Unit unit = examineTag();
         if (unit == Unit::kSample) return Step::kSample;
@@ -199,17 +193,17 @@ FlvSource::Step FlvSource::stepBack() {
 
 // Called with the cursor at the tag's data and mCurrentPos at its end.
 FlvSource::Unit FlvSource::examineTag() {
-    if (isAudio()) return mTag.mTagType == FlvReader::kTagAudio ? examineAudioTag() : Unit::kSkipped;
+    if (mIsAudio) return mTag.mTagType == FlvReader::kTagAudio ? examineAudioTag() : Unit::kSkipped;
     return mTag.mTagType == FlvReader::kTagVideo ? examineVideoTag() : Unit::kSkipped;
 }
 
 FlvSource::Unit FlvSource::examineAudioTag() {
     AudioTag header;
-    if (!reader().ReadTag(header)) return Unit::kUnreadable;
+    if (!mReader.ReadTag(header)) return Unit::kUnreadable;
     if (header.mSoundFormat == FlvReader::kSoundAac) {
         if (bytesLeftInTag() < 1) return Unit::kSkipped;
-        const uint32_t packetType = reader().mFile->BitRead(8);
-        if (!reader().mFile->Delivered()) return Unit::kUnreadable;
+        const uint32_t packetType = mFile.BitRead(8);
+        if (!mFile.Delivered()) return Unit::kUnreadable;
         if (packetType != FlvReader::kAacRaw) return Unit::kSkipped;
     }
     return recordSample(true);
@@ -217,12 +211,12 @@ FlvSource::Unit FlvSource::examineAudioTag() {
 
 FlvSource::Unit FlvSource::examineVideoTag() {
     VideoTag header;
-    if (!reader().ReadTag(header)) return Unit::kUnreadable;
+    if (!mReader.ReadTag(header)) return Unit::kUnreadable;
     if (header.mFrameType == FlvReader::kFrameVideoInfo) return Unit::kSkipped;
     if (FlvReader::HasPacketType(header.mCodecId)) {
         if (bytesLeftInTag() < 1) return Unit::kSkipped;
-        const uint32_t packetType = reader().mFile->BitRead(8);
-        if (!reader().mFile->Delivered()) return Unit::kUnreadable;
+        const uint32_t packetType = mFile.BitRead(8);
+        if (!mFile.Delivered()) return Unit::kUnreadable;
         if (packetType != FlvReader::kAvcNalUnits) return Unit::kSkipped;
     }
     return examineVideoPayload(header);
@@ -230,15 +224,14 @@ FlvSource::Unit FlvSource::examineVideoTag() {
 
 // Consumes what the codec puts between the video header, with its packet type, and the payload.
 FlvSource::Unit FlvSource::examineVideoPayload(const VideoTag& header) {
-    FlvFile& file = *reader().mFile;
     if (header.mCodecId == FlvReader::kCodecVp6) {
-        file.ByteSeek(file.mOffset + kVp6HeaderBytes);
+        mFile.ByteSeek(mFile.mOffset + kVp6HeaderBytes);
     } else if (header.mCodecId == FlvReader::kCodecVp6Alpha) {
-        file.ByteSeek(file.mOffset + kVp6AlphaHeaderBytes);
+        mFile.ByteSeek(mFile.mOffset + kVp6AlphaHeaderBytes);
     } else if (FlvReader::HasPacketType(header.mCodecId)) {
         if (bytesLeftInTag() < kCompositionTimeBytes) return Unit::kSkipped;
-        const uint32_t compositionTime = file.BitRead(24);
-        if (!file.Delivered()) return Unit::kUnreadable;
+        const uint32_t compositionTime = mFile.BitRead(24);
+        if (!mFile.Delivered()) return Unit::kUnreadable;
         // Presentation times are what is delivered. A negative offset is not applied: it would put the first
         // samples of some encoders before zero. The sum wraps with the 32-bit clock of the format.
         if (compositionTime < kCompositionTimeSign) {
@@ -254,7 +247,7 @@ FlvSource::Unit FlvSource::recordSample(bool isSync) {
     const int64_t size = bytesLeftInTag();
     if (size < 1) return Unit::kSkipped;
     mIsSyncFrame = isSync;
-    mPayloadPos = reader().mFile->mOffset;
+    mPayloadPos = mFile.mOffset;
     mPayloadSize = size;
     return Unit::kSample;
 }

@@ -70,8 +70,6 @@ class FlvSource : public MediaSource {
     enum class Step { kSample, kAtStart, kBroken, kEnd };
 
     const FlvExtractor::TrackInfo& track() const;
-    FlvReader::CFlv& reader() const;
-    bool isAudio() const;
 
     // Reading: FlvSource.cpp.
     bool readTagAt(int64_t slot);
@@ -106,7 +104,10 @@ class FlvSource : public MediaSource {
     bool joinsEarlierPass(BackOff* backOff) const;
 
     sp<FlvExtractor> mExtractor;
-    size_t mTrackIndex;
+    FlvReader::CFlv& mReader;   // the extractor's
+    FlvReader::FlvFile& mFile;  // the reader's
+    const size_t mTrackIndex;
+    const bool mIsAudio;
     bool mReachedEOS;
     Mutex* mLock;
     int64_t mCurrentPos;  // slot of the next tag to examine
