@@ -100,7 +100,7 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     while (size > 0) {
         const size_t piece = offset / kPieceBytes;
         const size_t length = std::min(size, (piece + 1) * kPieceBytes - offset);
-        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(piece)) return false;
+        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(offset)) return false;
         if (!GuardedCopy(to, mBytes + offset, length)) return false;
         offset += length;
         to += length;
@@ -110,23 +110,27 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     return true;
 }
 
-// A piece beside one that is kept is what a reader comes to that goes through the file.
-bool MappedFile::isBesideKept(size_t piece) const {
-    const auto isBeside = [piece](size_t kept) {
-        return kept == kNoPiece ? piece == 0 : piece + 1 == kept || piece == kept + 1;
+// Into a piece that is not kept a reader that goes through the file comes over the border of one that is, or
+// at the file's start.
+bool MappedFile::isNearKept(size_t offset) const {
+    const auto isNear = [offset](size_t kept) {
+        const size_t begin = kept == kNoPiece ? 0 : kept * kPieceBytes;
+        const size_t end = kept == kNoPiece ? 0 : begin + kPieceBytes;
+        return offset < end + kNearBytes && begin < offset + kNearBytes;
     };
-    return std::any_of(std::begin(mKept), std::end(mKept), isBeside);
+    return std::any_of(std::begin(mKept), std::end(mKept), isNear);
 }
 
 // Another thread may be copying out of the piece that is given back: its pages are then only fetched again.
-bool MappedFile::enter(size_t piece) {
+bool MappedFile::enter(size_t offset) {
+    const size_t piece = offset / kPieceBytes;
     const std::lock_guard<std::mutex> lock(mLock);
     size_t* const end = mKept + kPiecesKept;
     size_t* found = std::find(mKept, end, piece);
     if (found == end) {
         mVisits = piece == mVisited ? mVisits + 1 : 1;
         mVisited = piece;
-        if (mVisits < kVisitsToEnter && !isBesideKept(piece)) return false;
+        if (mVisits < kVisitsToEnter && !isNearKept(offset)) return false;
         --found;
         if (*found != kNoPiece)
             madvise(mBytes + *found * kPieceBytes, std::min(kPieceBytes, mSize - *found * kPieceBytes),

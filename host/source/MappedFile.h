@@ -34,10 +34,11 @@ class MappedFile {
     static constexpr size_t kPieceBytes = size_t{512} << 10;
     static constexpr size_t kPiecesKept = 2;
     static constexpr int kVisitsToEnter = 16;
-    static constexpr size_t kNoPiece = SIZE_MAX;  // counts as beside the file's first piece
+    static constexpr size_t kNearBytes = size_t{64} << 10;  // so far a reader may have passed over a border
+    static constexpr size_t kNoPiece = SIZE_MAX;
 
-    bool enter(size_t piece);
-    bool isBesideKept(size_t piece) const;
+    bool enter(size_t offset);
+    bool isNearKept(size_t offset) const;
 
     const size_t mSize;
     void* mReserve;                        // the addresses among which the file is mapped
