@@ -357,7 +357,12 @@ Inspection InspectLocation(const std::string& location) {
     }
     Progress progress(name, size);
     Inspection report = Inspect(*source, size, [&](int64_t done) { progress.update(done); });
+    // What was found at the end of a file that has become shorter since it was measured is not the file's
+    // fault.
+    uint8_t last;
+    bool isWhole = size == 0 || source->readAt(size - 1, &last, 1) == 1;
     if (source->hasFailed()) throw Failure(ExitCode::kInputOutput, LastReadError(opened, name));
+    if (!isWhole) throw Failure(ExitCode::kInputOutput, name + ": became shorter while it was read");
     progress.finish();
     return report;
 }
