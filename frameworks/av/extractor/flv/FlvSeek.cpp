@@ -11,8 +11,6 @@
 
 namespace android {
 
-using FlvReader::CFlv;
-
 namespace {
 
 constexpr size_t kMinIndexEntries = 10;
@@ -153,14 +151,17 @@ struct FlvSource::BackOff {
     int64_t barrenFrom = kNoSlot;
     // In each part of the file, a slot over which a pass came to its first sample. A pass that comes over it
     // without a sample has the same one in front of it.
-    int64_t marks[kMarks] = {};
+    int64_t marks[kMarks];
     size_t part = kMarks;  // in which the current pass is; none at its beginning
 
     BackOff(int64_t target, uint32_t firstStep, bool endIsEnough, int64_t fileSize)
         : targetMs(target),
           step(firstStep),
           endSuffices(endIsEnough),
-          markBytes(fileSize / static_cast<int64_t>(kMarks) + 1) {}
+          markBytes(fileSize / static_cast<int64_t>(kMarks) + 1) {
+        for (int64_t& mark : marks)
+            mark = kNoSlot;
+    }
 };
 
 // The plain scan walks backward by PreviousTagSize fields, so it needs a file on which they agree and a
