@@ -59,39 +59,19 @@ void FetchAhead(const uint8_t* bytes, size_t size) {
         __builtin_prefetch(bytes + at);
 }
 
-constexpr uintptr_t kLargePageBytes = uintptr_t{2} << 20;
-constexpr size_t kReserveBytes = kLargePageBytes;
-
-// How far behind an address the next one is at which a file's large pages cannot be mapped as such. They
-// would be resident as a whole, also for a window of a part of them.
-uintptr_t OffLargePages(const void* address) {
-    const uintptr_t wanted = kLargePageBytes / 2;
-    const uintptr_t past = reinterpret_cast<uintptr_t>(address) % kLargePageBytes;
-    return past <= wanted ? wanted - past : wanted + kLargePageBytes - past;
-}
-
 }  // namespace
 
-MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mReserve(nullptr), mBytes(nullptr) {
-    std::fill(std::begin(mKept), std::end(mKept), kNoPiece);
-    if (size == 0 || size > SIZE_MAX - kReserveBytes) return;
-    void* const reserve = mmap(nullptr, size + kReserveBytes, PROT_NONE,
-                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (reserve == MAP_FAILED) return;
-    uint8_t* const bytes = static_cast<uint8_t*>(reserve) + OffLargePages(reserve);
-    // A mapping that fails may have given up its part of the reserve, which may soon be somebody else's.
-    if (mmap(bytes, size, PROT_READ, MAP_SHARED | MAP_FIXED, descriptor, 0) == MAP_FAILED) {
-        munmap(reserve, size + kReserveBytes);
-        return;
-    }
-    mReserve = reserve;
-    mBytes = bytes;
+MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullptr) {
+    if (size == 0) return;
+    void* const bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
+    if (bytes == MAP_FAILED) return;
+    mBytes = static_cast<uint8_t*>(bytes);
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
 }
 
 MappedFile::~MappedFile() {
-    if (mBytes != nullptr) munmap(mReserve, mSize + kReserveBytes);
+    if (mBytes != nullptr) munmap(mBytes, mSize);
 }
 
 bool MappedFile::read(size_t offset, void* destination, size_t size) {
@@ -100,7 +80,7 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     while (size > 0) {
         const size_t piece = offset / kPieceBytes;
         const size_t length = std::min(size, (piece + 1) * kPieceBytes - offset);
-        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(offset)) return false;
+        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(piece)) return false;
         if (!GuardedCopy(to, mBytes + offset, length)) return false;
         offset += length;
         to += length;
@@ -110,35 +90,16 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     return true;
 }
 
-// Into a piece that is not kept a reader that goes through the file comes over the border of one that is, or
-// at the file's start.
-bool MappedFile::isNearKept(size_t offset) const {
-    const auto isNear = [offset](size_t kept) {
-        const size_t begin = kept == kNoPiece ? 0 : kept * kPieceBytes;
-        const size_t end = kept == kNoPiece ? 0 : begin + kPieceBytes;
-        return offset < end + kNearBytes && begin < offset + kNearBytes;
-    };
-    return std::any_of(std::begin(mKept), std::end(mKept), isNear);
-}
-
-// Another thread may be copying out of the piece that is given back: its pages are then only fetched again.
-bool MappedFile::enter(size_t offset) {
-    const size_t piece = offset / kPieceBytes;
+// Two readers on either side of a border would take the piece from each other at every read, had one not to
+// wait. Another thread may be copying out of the piece that is given back: its pages are then only fetched
+// again.
+bool MappedFile::enter(size_t piece) {
     const std::lock_guard<std::mutex> lock(mLock);
-    size_t* const end = mKept + kPiecesKept;
-    size_t* found = std::find(mKept, end, piece);
-    if (found == end) {
-        mVisits = piece == mVisited ? mVisits + 1 : 1;
-        mVisited = piece;
-        if (mVisits < kVisitsToEnter && !isNearKept(offset)) return false;
-        --found;
-        if (*found != kNoPiece)
-            madvise(mBytes + *found * kPieceBytes, std::min(kPieceBytes, mSize - *found * kPieceBytes),
-                    MADV_DONTNEED);
-    }
-    std::copy_backward(mKept, found, found + 1);
-    mKept[0] = piece;
-    mPiece.store(piece, std::memory_order_relaxed);
+    mVisits = piece == mVisited ? mVisits + 1 : 1;
+    mVisited = piece;
+    if (mVisits < kVisitsToEnter) return false;
+    const size_t given = mPiece.exchange(piece, std::memory_order_relaxed) * kPieceBytes;
+    madvise(mBytes + given, std::min(kPieceBytes, mSize - given), MADV_DONTNEED);
     return true;
 }
 

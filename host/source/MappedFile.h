@@ -10,8 +10,8 @@
 
 namespace orvel {
 
-// A file's bytes as memory of this process, of which only a window is kept resident: a reader that goes
-// through a file of any size holds a megabyte of it. May be read from several threads at once.
+// A file's bytes as memory of this process, of which only one piece is kept resident: a reader that goes
+// through a file of any size holds two megabytes of it. May be read from several threads at once.
 //
 // A file that another program shortens, or a medium that fails, makes the kernel send SIGBUS to whoever
 // touches a page that is not there any more. The first mapping installs a handler that turns this into a
@@ -26,27 +26,23 @@ class MappedFile {
     MappedFile& operator=(const MappedFile&) = delete;
 
     // Copies size bytes at an offset; all of them must lie within the size given. False when some of them are
-    // not to be had, or lie where the reader has only just jumped to: mapping pages for a read or two costs
-    // more than reading them. The destination may then hold a part of them.
+    // not to be had, or lie where the reader has only just come to: making pages resident for a read or two
+    // costs more than reading them. The destination may then hold a part of them.
     bool read(size_t offset, void* destination, size_t size);
 
   private:
-    static constexpr size_t kPieceBytes = size_t{512} << 10;
-    static constexpr size_t kPiecesKept = 2;
-    static constexpr int kVisitsToEnter = 16;
-    static constexpr size_t kNearBytes = size_t{64} << 10;  // so far a reader may have passed over a border
-    static constexpr size_t kNoPiece = SIZE_MAX;
+    // That of a large page, which the processor finds at once, where the kernel keeps the file in such: it is
+    // resident as a whole.
+    static constexpr size_t kPieceBytes = size_t{2} << 20;
+    static constexpr int kVisitsToEnter = 4;
 
-    bool enter(size_t offset);
-    bool isNearKept(size_t offset) const;
+    bool enter(size_t piece);
 
     const size_t mSize;
-    void* mReserve;                        // the addresses among which the file is mapped
-    uint8_t* mBytes;                       // null: not mapped
-    std::atomic<size_t> mPiece{kNoPiece};  // that of the last read
+    uint8_t* mBytes;                // null: not mapped
+    std::atomic<size_t> mPiece{0};  // the one that is kept
     std::mutex mLock;
-    size_t mKept[kPiecesKept];   // pieces that may be resident, the one entered last first
-    size_t mVisited = kNoPiece;  // the piece not kept that was asked for last, and how often running
+    size_t mVisited = 0;  // another one that was asked for last, and how often running
     int mVisits = 0;
 };
 
