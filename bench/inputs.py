@@ -29,6 +29,7 @@ class Inputs:
 
     def __init__(self, folder):
         self.folder = folder
+        self.settled = set()
         os.makedirs(folder, exist_ok=True)
 
     def reserve(self, megabytes):
@@ -42,6 +43,9 @@ class Inputs:
             print(f"making {os.path.basename(path)}", file=sys.stderr)
             self._make(kind, megabytes, indexed, path + ".part")
             os.rename(path + ".part", path)
+        if path not in self.settled:
+            settle(path)
+            self.settled.add(path)
         return path
 
     def _make(self, kind, megabytes, indexed, path):
@@ -55,6 +59,16 @@ class Inputs:
         if not os.path.exists(seed):
             subprocess.run([*FFMPEG, *SEEDS[kind], "-t", "10", seed], check=True)
         return seed
+
+
+def settle(path):
+    """Has the file in the page cache as a reader finds it there: in the pages that reading it from the disk makes,
+    which are larger than those that writing it has left."""
+    with open(path, "rb", buffering=0) as file:
+        os.fsync(file.fileno())
+        os.posix_fadvise(file.fileno(), 0, 0, os.POSIX_FADV_DONTNEED)
+        while file.read(MIB):
+            pass
 
 
 def tags(data, at):
