@@ -93,7 +93,7 @@ std::string Seek(const char* path, int count) {
     std::vector<double> both;
     for (int i = 0; i < count; ++i) {
         const int64_t timeUs = targets.next();
-        const double begin = Now();
+        const double begin = WallNow();
         if (av_seek_frame(context, stream, timeUs / 1000, AVSEEK_FLAG_BACKWARD) < 0)
             Fail(path, "seek failed");
         const AVPacket* packet = session.read();
@@ -101,10 +101,10 @@ std::string Seek(const char* path, int count) {
         for (; packet != nullptr && packet->stream_index != stream; packet = session.read())
             otherCame = true;
         if (packet == nullptr) Fail(path, "nothing after a seek");
-        landings.add(Now() - begin, timeUs, packet->pts * 1000, (packet->flags & AV_PKT_FLAG_KEY) != 0);
+        landings.add(WallNow() - begin, timeUs, packet->pts * 1000, (packet->flags & AV_PKT_FLAG_KEY) != 0);
         while (!otherCame && packet != nullptr && (packet = session.read()) != nullptr)
             otherCame = packet->stream_index != stream;
-        both.push_back(Now() - begin);
+        both.push_back(WallNow() - begin);
     }
     return fmt::format(R"({}, "both": {})", landings.json(), JsonList(both));
 }

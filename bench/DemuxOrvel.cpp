@@ -125,9 +125,9 @@ double Open(const char* path) {
 double SeekTrack(Track* track, int64_t timeUs) {
     IMediaSource::ReadOptions options;
     options.setSeekTo(timeUs);
-    const double begin = Now();
+    const double begin = WallNow();
     MediaBuffer* buffer = Read(track, &options);
-    const double took = Now() - begin;
+    const double took = WallNow() - begin;
     if (buffer != nullptr) buffer->release();
     return took;
 }

@@ -11,6 +11,15 @@
 #include <algorithm>
 
 namespace orvel {
+namespace {
+
+double Seconds(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+}  // namespace
 
 void Tally::addLengthPrefixed(TrackKind track, const uint8_t* data, size_t size) {
     if (!mWithChecksums) return add(track, data, size);
@@ -52,13 +61,14 @@ std::string Tally::json() const {
     return text;
 }
 
+double WallNow() {
+    return Seconds(CLOCK_MONOTONIC);
+}
+
 double Now() {
     static const char* const wanted = getenv("ORVEL_BENCH_CLOCK");
-    static const clockid_t clock =
-            wanted != nullptr && strcmp(wanted, "cpu") == 0 ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC;
-    timespec now{};
-    clock_gettime(clock, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    static const bool isProcessor = wanted != nullptr && strcmp(wanted, "cpu") == 0;
+    return isProcessor ? Seconds(CLOCK_PROCESS_CPUTIME_ID) : WallNow();
 }
 
 int64_t SeekTargets::next() {

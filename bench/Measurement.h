@@ -52,6 +52,9 @@ class Tally {
 // this process has had: the same where nothing else runs, and all that can be told where something does.
 double Now();
 
+// Of the monotonic clock in any case: asking for the processor time is a system call, as long as half a seek.
+double WallNow();
+
 // One random seek target for each call, in microseconds; the same series in every process. None is in the
 // last second, where one track may have ended already.
 class SeekTargets {
