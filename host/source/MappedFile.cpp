@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <ucontext.h>
 
 #include <algorithm>
@@ -59,6 +60,13 @@ void FetchAhead(const uint8_t* bytes, size_t size) {
         __builtin_prefetch(bytes + at);
 }
 
+// Of this thread, so far, that needed nothing from a disk.
+long PageFaults() {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_minflt;
+}
+
 }  // namespace
 
 MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullptr) {
@@ -66,6 +74,7 @@ MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullpt
     void* const bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
     if (bytes == MAP_FAILED) return;
     mBytes = static_cast<uint8_t*>(bytes);
+    keep(0);
     static std::once_flag installed;
     std::call_once(installed, InstallHandler);
 }
@@ -80,7 +89,7 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     while (size > 0) {
         const size_t piece = offset / kPieceBytes;
         const size_t length = std::min(size, (piece + 1) * kPieceBytes - offset);
-        if (mPiece.load(std::memory_order_relaxed) != piece && !enter(piece)) return false;
+        if (!isKept(piece) && !enter(offset)) return false;
         if (!GuardedCopy(to, mBytes + offset, length)) return false;
         offset += length;
         to += length;
@@ -90,17 +99,76 @@ bool MappedFile::read(size_t offset, void* destination, size_t size) {
     return true;
 }
 
+bool MappedFile::isKept(size_t piece) const {
+    return mKept[piece % kMostKept].load(std::memory_order_relaxed) == piece + 1;
+}
+
+void MappedFile::keep(size_t piece) {
+    mKept[piece % kMostKept].store(piece + 1, std::memory_order_relaxed);
+}
+
 // Two readers on either side of a border would take the piece from each other at every read, had one not to
-// wait. Another thread may be copying out of the piece that is given back: its pages are then only fetched
+// wait. Another thread may be copying out of a piece that is given back: its pages are then only fetched
 // again.
-bool MappedFile::enter(size_t piece) {
+bool MappedFile::enter(size_t offset) {
+    const size_t piece = offset / kPieceBytes;
     const std::lock_guard<std::mutex> lock(mLock);
+    if (piece > mVisited + 1 || piece + 1 < mVisited) ++mJumps;
     mVisits = piece == mVisited ? mVisits + 1 : 1;
     mVisited = piece;
-    if (mVisits < kVisitsToEnter) return false;
-    const size_t given = mPiece.exchange(piece, std::memory_order_relaxed) * kPieceBytes;
-    madvise(mBytes + given, std::min(kPieceBytes, mSize - given), MADV_DONTNEED);
+    if (mJumps >= kJumpsToKeep && keepToo(offset)) return true;
+    if (mVisits < (mKeptToo == 0 ? kVisitsToEnter : kVisitsToGiveUp)) return false;
+    if (piece > 0 && isKept(piece - 1)) mJumps = 0;
+    giveAllBack();
+    keep(piece);
     return true;
+}
+
+// For a reader that jumps, to be there already when it comes back. In small pages each jump would cost
+// faults, which take longer than reading.
+bool MappedFile::keepToo(size_t offset) {
+    constexpr size_t kBorderBytes = 64 << 10;
+    constexpr size_t kSmallToStop = 16;
+    const size_t piece = offset / kPieceBytes;
+    const size_t place = piece % kMostKept;
+    if (mKept[place] != 0 || mSmall[place] || mSmall.count() > mKeptToo + kSmallToStop) return false;
+    if (!isLargePage(piece)) {
+        mSmall.set(place);
+        return false;
+    }
+    // Two readers far apart jump at each read, but leave a piece behind for good when they come over a
+    // border.
+    if (piece > 0 && offset % kPieceBytes < kBorderBytes && isKept(piece - 1)) {
+        giveBack(piece - 1);
+    } else {
+        ++mKeptToo;
+    }
+    keep(piece);
+    return true;
+}
+
+// One fault then makes all of it resident. What would have to come from a disk is not waited for.
+bool MappedFile::isLargePage(size_t piece) const {
+    uint8_t* const begin = mBytes + piece * kPieceBytes;
+    uint8_t* const middle = begin + kPieceBytes / 2;
+    uint8_t byte, isInMemory = 0;
+    if (mSize - piece * kPieceBytes < kPieceBytes || mincore(middle, 1, &isInMemory) != 0) return false;
+    if ((isInMemory & 1) == 0 || !GuardedCopy(&byte, begin, 1)) return false;
+    const long before = PageFaults();
+    return GuardedCopy(&byte, middle, 1) && PageFaults() == before;
+}
+
+void MappedFile::giveBack(size_t piece) {
+    mKept[piece % kMostKept].store(0, std::memory_order_relaxed);
+    const size_t begin = piece * kPieceBytes;
+    madvise(mBytes + begin, std::min(kPieceBytes, mSize - begin), MADV_DONTNEED);
+}
+
+void MappedFile::giveAllBack() {
+    for (std::atomic<size_t>& kept : mKept)
+        kept.store(0, std::memory_order_relaxed);
+    madvise(mBytes, mSize, MADV_DONTNEED);
+    mKeptToo = 0;
 }
 
 }  // namespace orvel
