@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "source/MappedFile.h"
 
+#include <fcntl.h>
 #include <setjmp.h>
 #include <signal.h>
 #include <string.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <ucontext.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -16,6 +17,7 @@ namespace {
 // Where the copy that this thread is making goes on when its source fails; null while none is made.
 thread_local sigjmp_buf* volatile tRescue = nullptr;
 struct sigaction gPrevious;
+int gPageMap = -1;  // of this process
 
 // Leaves by a jump, so the signals that are blocked while a handler runs are let through again here. A signal
 // that is not about such a copy goes to the handler of before: an access meets it when it is repeated on
@@ -27,14 +29,6 @@ void OnBusError(int signal, siginfo_t* info, void* context) {
     }
     sigaction(signal, &gPrevious, nullptr);
     if (info->si_code <= 0) raise(signal);
-}
-
-void InstallHandler() {
-    struct sigaction action = {};
-    action.sa_sigaction = OnBusError;
-    action.sa_flags = SA_SIGINFO;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGBUS, &action, &gPrevious);
 }
 
 // Nothing between the two points that a jump connects has a destructor or is kept in a variable.
@@ -60,11 +54,32 @@ void FetchAhead(const uint8_t* bytes, size_t size) {
         __builtin_prefetch(bytes + at);
 }
 
-// Of this thread, so far, that needed nothing from a disk.
-long PageFaults() {
-    rusage usage = {};
-    getrusage(RUSAGE_THREAD, &usage);
-    return usage.ru_minflt;
+// Whether touching a byte would not fault; false as well where the kernel does not tell.
+bool IsResident(const uint8_t* byte) {
+    constexpr uint64_t kPresent = uint64_t{1} << 63;
+    static const auto pageBytes = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    uint64_t entry = 0;
+    if (gPageMap < 0) return false;
+    const auto at = static_cast<off_t>(reinterpret_cast<uintptr_t>(byte) / pageBytes * sizeof(entry));
+    return pread(gPageMap, &entry, sizeof(entry), at) == ssize_t{sizeof(entry)} && (entry & kPresent) != 0;
+}
+
+// In a sandbox it may tell the same of all pages. The one given has not been touched.
+void OpenPageMap(const uint8_t* untouched) {
+    const uint8_t onStack = 0;
+    gPageMap = open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
+    if (gPageMap < 0 || (IsResident(&onStack) && !IsResident(untouched))) return;
+    close(gPageMap);
+    gPageMap = -1;
+}
+
+void PrepareProcess(const uint8_t* mapping) {
+    OpenPageMap(mapping);
+    struct sigaction action = {};
+    action.sa_sigaction = OnBusError;
+    action.sa_flags = SA_SIGINFO;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGBUS, &action, &gPrevious);
 }
 
 }  // namespace
@@ -75,8 +90,8 @@ MappedFile::MappedFile(int descriptor, size_t size) : mSize(size), mBytes(nullpt
     if (bytes == MAP_FAILED) return;
     mBytes = static_cast<uint8_t*>(bytes);
     keep(0);
-    static std::once_flag installed;
-    std::call_once(installed, InstallHandler);
+    static std::once_flag prepared;
+    std::call_once(prepared, PrepareProcess, mBytes);
 }
 
 MappedFile::~MappedFile() {
@@ -132,9 +147,9 @@ bool MappedFile::keepToo(size_t offset) {
     const size_t piece = offset / kPieceBytes;
     const size_t place = piece % kMostKept;
     if (mKept[place] != 0 || mSmall[place] || mSmall.count() > mKeptToo + kSmallToStop) return false;
-    if (!isLargePage(piece)) {
+    if (!isLargePage(offset)) {
         mSmall.set(place);
-        return false;
+        return true;  // what was asked for is resident all the same
     }
     // Two readers far apart jump at each read, but leave a piece behind for good when they come over a
     // border.
@@ -147,15 +162,14 @@ bool MappedFile::keepToo(size_t offset) {
     return true;
 }
 
-// One fault then makes all of it resident. What would have to come from a disk is not waited for.
-bool MappedFile::isLargePage(size_t piece) const {
-    uint8_t* const begin = mBytes + piece * kPieceBytes;
-    uint8_t* const middle = begin + kPieceBytes / 2;
-    uint8_t byte, isInMemory = 0;
-    if (mSize - piece * kPieceBytes < kPieceBytes || mincore(middle, 1, &isInMemory) != 0) return false;
-    if ((isInMemory & 1) == 0 || !GuardedCopy(&byte, begin, 1)) return false;
-    const long before = PageFaults();
-    return GuardedCopy(&byte, middle, 1) && PageFaults() == before;
+// Then the fault of the first read makes all of it resident, else some pages around. The kernel looks at all
+// pages from the one asked about to the piece's end.
+bool MappedFile::isLargePage(size_t offset) const {
+    const size_t begin = offset - offset % kPieceBytes;
+    const bool isNearEnd = offset - begin >= kPieceBytes / 16 * 15;
+    const size_t elsewhere = begin + (isNearEnd ? kPieceBytes / 2 - 1 : kPieceBytes - 1);
+    uint8_t byte;
+    return elsewhere < mSize && GuardedCopy(&byte, mBytes + offset, 1) && IsResident(mBytes + elsewhere);
 }
 
 void MappedFile::giveBack(size_t piece) {

@@ -46,7 +46,7 @@ class MappedFile {
     void keep(size_t piece);
     bool enter(size_t offset);
     bool keepToo(size_t offset);
-    bool isLargePage(size_t piece) const;
+    bool isLargePage(size_t offset) const;
     void giveBack(size_t piece);
     void giveAllBack();
 
