@@ -128,15 +128,22 @@ void MappedFile::keep(size_t piece) {
 bool MappedFile::enter(size_t offset) {
     const size_t piece = offset / kPieceBytes;
     const std::lock_guard<std::mutex> lock(mLock);
-    if (piece > mVisited + 1 || piece + 1 < mVisited) ++mJumps;
+    if (piece > mVisited + 1 || piece + 1 < mVisited) jump();
     mVisits = piece == mVisited ? mVisits + 1 : 1;
     mVisited = piece;
-    if (mJumps >= kJumpsToKeep && keepToo(offset)) return true;
+    if (mJumps == kJumpsToKeep && keepToo(offset)) return true;
     if (mVisits < (mKeptToo == 0 ? kVisitsToEnter : kVisitsToGiveUp)) return false;
     if (piece > 0 && isKept(piece - 1)) mJumps = 0;
     giveAllBack();
     keep(piece);
     return true;
+}
+
+// The page map's first answers take the kernel several times as long as the later ones. One is had beforehand
+// then, so that no jump pays for that and for the first fault as well.
+void MappedFile::jump() {
+    if (mJumps == kJumpsToKeep) return;
+    if (++mJumps == kJumpsToKeep / 2) IsResident(mBytes);
 }
 
 // For a reader that jumps, to be there already when it comes back. In small pages each jump would cost

@@ -45,6 +45,7 @@ class MappedFile {
     bool isKept(size_t piece) const;
     void keep(size_t piece);
     bool enter(size_t offset);
+    void jump();
     bool keepToo(size_t offset);
     bool isLargePage(size_t offset) const;
     void giveBack(size_t piece);
@@ -58,7 +59,7 @@ class MappedFile {
     // Of the reads in pieces that are not kept:
     size_t mVisited = 0;            // the last one's piece
     int mVisits = 0;                // how many have been there running
-    int mJumps = 0;                 // how many came from far away
+    int mJumps = 0;                 // how many came from far away, up to kJumpsToKeep
     size_t mKeptToo = 0;            // for them, beside the one piece
     std::bitset<kMostKept> mSmall;  // in whose place a piece was found that is not one large page
 };
