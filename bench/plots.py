@@ -15,6 +15,12 @@ def write(path, text):
         file.write(text)
 
 
+def duration(power):
+    """10^power seconds as people say it."""
+    unit, name = next((u, n) for u, n in ((0, "s"), (-3, "ms"), (-6, "us"), (-9, "ns")) if power >= u)
+    return f"{10**(power - unit)} {name}"
+
+
 def picture(width, height, parts):
     return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" width="{width}" height="{height}" '
             f'{FONT}>\n<rect width="100%" height="100%" fill="white"/>\n' + "\n".join(parts) + "\n</svg>\n")
@@ -81,7 +87,7 @@ def growth(lines):
         for power in range(low, high + 1):
             parts.append(line(left, y(10**power), left + width, y(10**power), GRID))
             if panel == 0:
-                parts.append(text(left - 6, y(10**power) + 4, f"{10**power:g} s", "end"))
+                parts.append(text(left - 6, y(10**power) + 4, duration(power), "end"))
         parts += [text(x(size), top + height + 18, f"{size} MB", "middle") for size in SIZES]
         for (kind, of_work, name), values in lines.items():
             if of_work == work:
