@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "inspect/Findings.h"
-#include "inspect/Metadata.h"
-#include "inspect/StreamNames.h"
+#include "flv/Metadata.h"
+#include "flv/StreamHeader.h"
 #include "inspect/Timeline.h"
 
 namespace orvel {

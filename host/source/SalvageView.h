@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "inspect/TagChain.h"
+#include "flv/TagChain.h"
 
 namespace orvel {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "inspect/TagChain.h"
+#include "flv/TagChain.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "inspect/Metadata.h"
+#include "flv/Metadata.h"
 
 #include <fmt/format.h>
 #include <string.h>

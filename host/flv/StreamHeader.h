@@ -4,7 +4,7 @@
 #include <string>
 
 #include "format/TrackFormat.h"
-#include "inspect/TagChain.h"
+#include "flv/TagChain.h"
 
 namespace orvel {
 
