@@ -105,7 +105,7 @@ ExitCode Run(const Commands& commands, const ProgramOptions& options) {
     Session session(options.pluginPath, options.isRecursive);
     ExitCode worst = ExitCode::kDone;
     for (const auto& [app, command] : commands) {
-        if (app->parsed()) worst = std::max(worst, command->run(session));
+        if (app->parsed()) worst = Worse(worst, command->run(session));
     }
     FlushOut();
     return worst;

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "command/Command.h"
+#include "command/Completeness.h"
 #include "command/ExtractedTrack.h"
 #include "command/InputList.h"
 #include "command/Options.h"
@@ -65,7 +66,7 @@ class ExtractCommand : public Command {
 
     ExitCode extract(const Plugin& plugin, const std::string& location);
     Tracks openTracks(const Input& input, const std::string& stem);
-    void copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const;
+    Taken copySamples(const Input& input, const Tracks& tracks) const;
     bool warn(const Input& input, const ExtractedTrack& track) const;
     bool toStandardOutput() const { return mFolder == "-"; }
 
@@ -75,6 +76,7 @@ class ExtractCommand : public Command {
     Span mSpan;
     bool mWithTimestamps = false;
     bool mForce = false;
+    bool mAllowsMissing = false;
     WrittenFiles mWritten;
 };
 
@@ -91,6 +93,7 @@ CLI::App* ExtractCommand::addTo(CLI::App& program) {
     app->add_flag("--timestamps", mWithTimestamps,
                   "Also a timestamp file beside each (format v2, as mkvmerge takes it)");
     app->add_flag("--force", mForce, "Replace files that exist");
+    AddMissingOption(app, &mAllowsMissing);
     return app;
 }
 
@@ -107,14 +110,14 @@ ExitCode ExtractCommand::run(Session& session) {
 }
 
 ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& location) {
-    Input input(plugin, location);
+    Input input(plugin, location, mSpan.recovery());
     // Not before: an input that does not open leaves no empty folder. And none is taken away again, since
     // another job may just be about to write there.
     if (!toStandardOutput()) MakeFolder(mFolder);
     std::string stem = (fs::path(mFolder) / StemOf(location, plugin.extensions())).lexically_normal();
     if (toStandardOutput()) stem = fs::temp_directory_path() / fmt::format("orvel-flv-{}", getpid());
     Tracks tracks = openTracks(input, stem);
-    copySamples(plugin, input, tracks);
+    Taken taken = copySamples(input, tracks);
     input.throwIfReadsFailed();
     bool isEmpty = std::all_of(tracks.begin(), tracks.end(),
                                [](const auto& track) { return track->span().count() == 0; });
@@ -133,7 +136,8 @@ ExitCode ExtractCommand::extract(const Plugin& plugin, const std::string& locati
         if (!report.empty()) mWritten.add(track->path());
         if (warn(input, *track)) ++cutShort;
     }
-    return cutShort == tracks.size() ? ExitCode::kDamaged : ExitCode::kDone;
+    ExitCode result = TellMissing(input, taken, mAllowsMissing);
+    return cutShort == tracks.size() ? Worse(ExitCode::kDamaged, result) : result;
 }
 
 ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std::string& stem) {
@@ -159,13 +163,18 @@ ExtractCommand::Tracks ExtractCommand::openTracks(const Input& input, const std:
     return tracks;
 }
 
-void ExtractCommand::copySamples(const Plugin& plugin, const Input& input, const Tracks& tracks) const {
+Taken ExtractCommand::copySamples(const Input& input, const Tracks& tracks) const {
     std::vector<size_t> indices;
     for (const auto& track : tracks)
         indices.push_back(track->track());
-    SpanReader samples(plugin, input, indices, mSpan);
+    SpanReader samples(input, indices, mSpan);
     while (auto turn = samples.next())
         tracks[turn->track]->write(*turn->sample);
+    Taken taken;
+    taken.isPart = mSpan.fromUs || mSpan.toUs;
+    for (size_t i = 0; i < tracks.size(); ++i)
+        taken.tracks.push_back({indices[i], tracks[i]->span().count() + samples.leftOut(i)});
+    return taken;
 }
 
 // Result: whether the track is cut short.

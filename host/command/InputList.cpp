@@ -54,12 +54,12 @@ InputList::InputList(const std::vector<std::string>& names, bool expandsFolders)
 
 void InputList::addFolder(const std::string& folder) {
     std::vector<std::string> files;
-    if (!AddFilesIn(folder, &files)) mWorst = std::max(mWorst, ExitCode::kInputOutput);
+    if (!AddFilesIn(folder, &files)) mWorst = Worse(mWorst, ExitCode::kInputOutput);
     std::sort(files.begin(), files.end());
     mLocations.insert(mLocations.end(), files.begin(), files.end());
     if (!files.empty()) return;
     Complain(folder + ": no FLV files in or below this folder");
-    mWorst = std::max(mWorst, ExitCode::kDamaged);
+    mWorst = Worse(mWorst, ExitCode::kDamaged);
 }
 
 ExitCode InputList::forEach(const std::function<ExitCode(const std::string&)>& work) const {
@@ -67,10 +67,10 @@ ExitCode InputList::forEach(const std::function<ExitCode(const std::string&)>& w
     for (size_t i = 0; i < mLocations.size(); ++i) {
         SetProgressPlace(i + 1, mLocations.size());
         try {
-            worst = std::max(worst, work(mLocations[i]));
+            worst = Worse(worst, work(mLocations[i]));
         } catch (const Failure& failure) {
             Complain(failure.what());
-            worst = std::max(worst, failure.code());
+            worst = Worse(worst, failure.code());
         }
     }
     ClearStatus();

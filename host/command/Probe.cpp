@@ -88,7 +88,7 @@ class ProbeCommand : public Command {
     std::unique_ptr<Input> open(const Plugin& plugin, const std::string& location) const;
     void probe(const Plugin& plugin, const Input& input);
     void tellPlace(const Input& input) const;
-    void forEachSample(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings,
+    void forEachSample(const Input& input, std::vector<TrackFindings>* findings,
                        const std::function<void(size_t, const AccessUnit&)>& show);
     void showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
     void showJson(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
@@ -168,15 +168,14 @@ void ProbeCommand::probe(const Plugin& plugin, const Input& input) {
     }
 }
 
-void ProbeCommand::forEachSample(const Plugin& plugin, const Input& input,
-                                 std::vector<TrackFindings>* findings,
+void ProbeCommand::forEachSample(const Input& input, std::vector<TrackFindings>* findings,
                                  const std::function<void(size_t, const AccessUnit&)>& show) {
     std::vector<size_t> tracks;
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         (*findings)[i].packets = 0;
         tracks.push_back(i);
     }
-    SpanReader samples(plugin, input, tracks, Span());
+    SpanReader samples(input, tracks, Span());
     while (auto turn = samples.next()) {
         ++*(*findings)[turn->track].packets;
         show(turn->track, *turn->sample);
@@ -189,7 +188,7 @@ void ProbeCommand::showText(const Plugin& plugin, const Input& input, std::vecto
         WriteOut(DescribeTrack(input, i, (*findings)[i]) + "\n");
     }
     if (mWithPackets) {
-        forEachSample(plugin, input, findings, [&](size_t track, const AccessUnit& sample) {
+        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
             WriteOut(SampleLine(input.tracks()[track], sample));
         });
     }
@@ -209,7 +208,7 @@ void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vecto
     WriteOut("{");
     if (mWithPackets) {
         const char* separator = "\"packets\":[";
-        forEachSample(plugin, input, findings, [&](size_t track, const AccessUnit& sample) {
+        forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
             WriteOut(separator + Dump(SampleJson(input.tracks()[track], track, sample)));
             separator = ",";
         });

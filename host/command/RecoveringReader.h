@@ -3,86 +3,84 @@
 
 #include <media/stagefright/MediaSource.h>
 
-#include <algorithm>
 #include <array>
 #include <functional>
 #include <optional>
 
-#include "command/Input.h"
-#include "source/SalvageView.h"
+#include "flv/RunningClock.h"
+#include "flv/TagWalk.h"
 
 namespace orvel {
 
-// Where a track was read on behind damage: of the samples between these times, if there were any, none was
-// delivered. Pictures that are shown out of order may be missing before the first of them, too.
-struct LostSpan {
-    int64_t lastUs = 0;     // the latest sample before; -1 when there was none
-    int64_t resumedUs = 0;  // the sample that reading went on with; -1 when it could not go on
-    int64_t usualUs = 0;    // the longest step from one sample to a later one shortly before
-
-    // Whether the track has a hole there. Times are whole milliseconds, so that steps of one length differ by
-    // one.
-    bool isHole() const { return lastUs < 0 || resumedUs - lastUs > usualUs + 1000; }
+// What recovery does with pictures after a place where others are missing.
+enum class Recovery {
+    kDecodable,  // leaves them out up to the next key frame, since they would be shown broken
+    kAll,        // keeps them
 };
-using LossReport = std::function<void(const LostSpan&)>;
 
-// One track of a file that may be damaged in the middle, as a source like the plug-in's own. The plug-in ends
-// a track where the chain of tags breaks. When tags follow behind the break, this source seeks on past the
-// last sample in growing steps, through the plug-in, until one later than all before is delivered, then back
-// between the last step that failed and that sample for an earlier one, and goes on from there; a video track
-// goes on with a sync sample. No sample is delivered twice. A track of a chain that is whole is delivered
-// exactly as the plug-in delivers it.
-//
-// The number of breaks and of seeks is bounded. Every instance has an extractor of its own, so that tracks do
-// not disturb each other's positions, and looks at the file through a view that bridges the breaks
-// (SalvageView).
+// Pictures of a file that were left out.
+struct LeftOutPictures {
+    uint64_t count = 0;
+    int64_t firstUs = 0;  // presentation times
+    int64_t lastUs = 0;
+};
+using LossReport = std::function<void(const LeftOutPictures&)>;
+
+// One stream of a file, past all damage: every sample that the walk over its tags finds, in the file's order,
+// on the running clock (RunningClock). Bytes are the tag's own: AVC's keep the lengths before their NAL
+// units. A tag that is cut gives what there is of it.
 class RecoveringReader : public android::MediaSource {
   public:
-    // The plug-in and the input must outlive it. report is called before the sample that ends the span is
-    // delivered, or before the end of the stream.
-    RecoveringReader(const Plugin& plugin, const Input& input, size_t track, LossReport report);
+    // codec: the stream's. report is called when pictures have been left out, before the next sample.
+    RecoveringReader(const android::sp<android::DataSource>& source, int64_t size, const StreamHeader& codec,
+                     Recovery recovery, LossReport report);
 
+    // Goes back to the first sample.
     android::status_t start(android::MetaData* params = nullptr) override;
-    android::status_t stop() override;
-    android::sp<android::MetaData> getFormat() override;
-    // A seek is passed on; after it the track counts as beginning there.
+    android::status_t stop() override { return android::OK; }
+    android::sp<android::MetaData> getFormat() override { return nullptr; }
+    // A seek goes to the last sync sample at or before the time, or to the first one.
     android::status_t read(android::MediaBuffer** buffer, const ReadOptions* options = nullptr) override;
 
   protected:
     ~RecoveringReader() override = default;
 
   private:
-    void openTrack();
-    android::status_t deliver(android::MediaBuffer** buffer);
-    android::status_t readLater(android::MediaBuffer** buffer, const ReadOptions* options);
-    android::status_t recover(android::MediaBuffer** buffer);
-    android::status_t resume(android::MediaBuffer** buffer);
-    std::optional<int64_t> findLaterSample();
-    std::optional<int64_t> stepOn(int64_t* failedUs);
-    int64_t goBack(int64_t failedUs, int64_t landedUs);
-    std::optional<int64_t> probe(int64_t timeUs);
-    bool isLater(android::MediaBuffer* buffer) const;
-    int64_t usualStepUs() const { return *std::max_element(mStepsUs.begin(), mStepsUs.end()); }
+    struct Sample {
+        TagUnit unit;
+        StreamHeader header;
+        int64_t timeMs;  // decoding time
+        int64_t presentationUs() const { return (timeMs + header.compositionMs) * 1000; }
+        bool isSync() const { return header.kind == TrackKind::kAudio || header.isKeyFrame(); }
+    };
+    // Where the walk stands, to come back to.
+    struct Place {
+        TagWalk walk;
+        RunningClock clock;
+        bool hasMetadata = false;
+        bool mayHaveLost = false;  // tags are missing somewhere before the next sample
+        bool waitsForKey = false;
+        int64_t lastMs = -1;
+        std::array<int64_t, 32> stepsMs = {};  // from one sample to the next, the last so many
+        size_t nextStep = 0;
+    };
 
-    const Plugin& mPlugin;
-    const TrackFormat mFormat;
+    std::optional<Sample> nextSample();
+    std::optional<Sample> sampleOf(const WalkStep& step);
+    bool isWanted(const Sample& sample);
+    void takeStep(int64_t timeMs);
+    void tellLoss();
+    std::optional<Sample> seek(int64_t timeUs);
+    android::status_t deliver(const Sample& sample, android::MediaBuffer** buffer);
+
+    const android::sp<android::DataSource> mSource;
+    const StreamHeader mCodec;
+    const Recovery mRecovery;
     const LossReport mReport;
-    const android::sp<SalvageView> mView;
-    android::sp<android::IMediaSource> mSource;
-    int64_t mEndUs;  // what there is of the track ends about here
-    int64_t mLatestUs = -1;
-    std::array<int64_t, 32> mStepsUs = {};  // by which the latest time has grown, the last so many times
-    size_t mNextStep = 0;
-    std::optional<int64_t> mFloorUs;  // after a loss: what is not later was there before
-    int mSeeksLeft;
-    int mBreaksLeft;
+    TagChain mChain;
+    const int64_t mFirstSlot;
+    Place mPlace;
+    LeftOutPictures mLeftOut;
 };
-
-// A reader of the track that recovers.
-TrackReader OpenRecovering(const Plugin& plugin, const Input& input, size_t track, LossReport report);
-
-// What to complain about: "name: damaged: the video track has nothing between 4.960 s and 6.080 s", or where
-// there is no hole "... goes on at 4.983 s behind 4.960 s", or at the end "... has nothing behind 4.960 s".
-std::string DescribeLoss(const Input& input, size_t track, const LostSpan& span);
 
 }  // namespace orvel

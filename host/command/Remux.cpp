@@ -37,9 +37,8 @@ class RemuxCommand : public Command {
 
   private:
     const Container& chooseContainer() const;
-    void copy(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer);
-    void runInto(const Plugin& plugin, const Input& input, const Container& container, Remuxer* remuxer,
-                 ByteSink& sink);
+    void copy(const Input& input, const Container& container, Remuxer* remuxer);
+    void runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink);
     void report(const Input& input, const Container& container, const Remuxer& remuxer, uint64_t size) const;
     ExitCode warn(const Input& input, const Remuxer& remuxer) const;
 
@@ -64,10 +63,10 @@ ExitCode RemuxCommand::run(Session& session) {
     const Container& container = chooseContainer();
     RequireOtherFile(mOutput, mLocation);
     const Plugin& plugin = session.plugin();
-    Input input(plugin, mLocation);
+    Input input(plugin, mLocation, mSpan.recovery());
     RequireTaken(container, input.tracks(), input.name());
     Remuxer remuxer(input, LoadAvModule());
-    copy(plugin, input, container, &remuxer);
+    copy(input, container, &remuxer);
     return warn(input, remuxer);
 }
 
@@ -82,25 +81,23 @@ const Container& RemuxCommand::chooseContainer() const {
     return *container;
 }
 
-void RemuxCommand::copy(const Plugin& plugin, const Input& input, const Container& container,
-                        Remuxer* remuxer) {
+void RemuxCommand::copy(const Input& input, const Container& container, Remuxer* remuxer) {
     if (mOutput == "-") {
         StandardOutputSink sink;
-        runInto(plugin, input, container, remuxer, sink);
+        runInto(input, container, remuxer, sink);
         return;
     }
     AtomicFile file(mOutput, mForce ? AtomicFile::Existing::kReplace : AtomicFile::Existing::kKeep);
     FileSink sink(file);
-    runInto(plugin, input, container, remuxer, sink);
+    runInto(input, container, remuxer, sink);
     file.commit();
     report(input, container, *remuxer, file.size());
 }
 
-void RemuxCommand::runInto(const Plugin& plugin, const Input& input, const Container& container,
-                           Remuxer* remuxer, ByteSink& sink) {
+void RemuxCommand::runInto(const Input& input, const Container& container, Remuxer* remuxer, ByteSink& sink) {
     std::vector<size_t> tracks(input.tracks().size());
     std::iota(tracks.begin(), tracks.end(), size_t{0});
-    SpanReader samples(plugin, input, tracks, mSpan);
+    SpanReader samples(input, tracks, mSpan);
     try {
         remuxer->run([&]() { return samples.next(); }, container.format, mSpan.fromUs.has_value(), sink);
     } catch (const Failure& failure) {

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command/SpanReader.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "command/Options.h"
-#include "command/RecoveringReader.h"
+#include "support/CountText.h"
 #include "support/Failure.h"
 #include "support/Terminal.h"
+#include "support/TimeText.h"
 
 namespace orvel {
 namespace {
@@ -17,15 +20,7 @@ namespace {
 constexpr size_t kDeepestReordering = 16;
 constexpr size_t kMostHeldBytes = 16 << 20;
 
-std::vector<TrackReader> OpenReaders(const Plugin& plugin, const Input& input,
-                                     const std::vector<size_t>& tracks, bool recovers) {
-    std::vector<TrackReader> readers;
-    for (size_t track : tracks) {
-        auto complain = [&input, track](const LostSpan& lost) { Complain(DescribeLoss(input, track, lost)); };
-        readers.push_back(recovers ? OpenRecovering(plugin, input, track, complain) : input.openTrack(track));
-    }
-    return readers;
-}
+constexpr char kRecoverDecodable[] = "decodable", kRecoverAll[] = "all";
 
 }  // namespace
 
@@ -33,8 +28,15 @@ void AddSpanOptions(CLI::App* app, Span* span) {
     AddTimeOption(app, "--from", &span->fromUs,
                   "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
     AddTimeOption(app, "--to", &span->toUs, "End each track with its last sample before this time");
-    app->add_flag("--recover", span->recovers,
-                  "Go on behind damage that ends a track early, and say what is lost");
+    app->add_flag("--recover{decodable}", span->recover,
+                  "Go on after damage that ends a track early, and say what is lost; --recover=all also with "
+                  "pictures that are predicted from lost ones")
+            ->check(CLI::IsMember({kRecoverDecodable, kRecoverAll}));
+}
+
+std::optional<Recovery> Span::recovery() const {
+    if (recover.empty()) return std::nullopt;
+    return recover == kRecoverAll ? Recovery::kAll : Recovery::kDecodable;
 }
 
 void CheckSpan(const Span& span) {
@@ -43,16 +45,31 @@ void CheckSpan(const Span& span) {
     }
 }
 
-SpanReader::SpanReader(const Plugin& plugin, const Input& input, const std::vector<size_t>& tracks,
-                       const Span& span)
+SpanReader::SpanReader(const Input& input, const std::vector<size_t>& tracks, const Span& span)
     : mInput(input),
       mSpan(span),
-      mSamples(OpenReaders(plugin, input, tracks, span.recovers), span.fromUs),
+      mLeftOut(tracks.size()),
+      mSamples(openReaders(tracks), span.fromUs),
       mProgress(input.name(), total()) {
     for (size_t track : tracks) {
         Codec codec = input.tracks()[track].codec;
         mOverhangs.push_back({codec == Codec::kAvc || codec == Codec::kHevc, 0, 0, {}});
     }
+}
+
+std::vector<TrackReader> SpanReader::openReaders(const std::vector<size_t>& tracks) {
+    std::vector<TrackReader> readers;
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        readers.push_back(mInput.openTrack(tracks[i], [this, i](const LeftOutPictures& pictures) {
+            mLeftOut[i] += pictures.count;
+            Complain(fmt::format(
+                    "{}: {} from {} s to {} s are left out after damage, since a decoder could not show "
+                    "them; --recover=all keeps them",
+                    mInput.name(), CountText(pictures.count, "picture"), FormatSeconds(pictures.firstUs),
+                    FormatSeconds(pictures.lastUs)));
+        }));
+    }
+    return readers;
 }
 
 std::optional<Interleaver::Turn> SpanReader::next() {

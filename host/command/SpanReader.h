@@ -14,10 +14,12 @@ class App;
 
 namespace orvel {
 
-// Which part of an input is to be written, and whether damage in it is passed.
+// Which part of an input is to be written, and how damage in it is passed.
 struct Span {
     std::optional<int64_t> fromUs, toUs;
-    bool recovers = false;
+    std::optional<Recovery> recovery() const;
+
+    std::string recover;  // as the user said it; empty: not at all
 };
 // --from, --to and --recover.
 void AddSpanOptions(CLI::App* app, Span* span);
@@ -32,11 +34,14 @@ void CheckSpan(const Span& span);
 // predicted from them.
 class SpanReader {
   public:
-    // The plug-in and the input must outlive it. tracks: indices of the input's.
-    SpanReader(const Plugin& plugin, const Input& input, const std::vector<size_t>& tracks, const Span& span);
+    // The input must outlive it. tracks: indices of the input's.
+    SpanReader(const Input& input, const std::vector<size_t>& tracks, const Span& span);
 
     // track: the place among the tracks given. The sample holds until the next call.
     std::optional<Interleaver::Turn> next();
+
+    // How many pictures of a track were left out after damage; said when it happens.
+    uint64_t leftOut(size_t track) const { return mLeftOut[track]; }
 
   private:
     struct HeldSample {
@@ -53,6 +58,7 @@ class SpanReader {
         std::deque<HeldSample> samples;  // those since the last one before the end
     };
 
+    std::vector<TrackReader> openReaders(const std::vector<size_t>& tracks);
     static HeldSample copy(const Interleaver::Turn& turn);
     void holdBack(const Interleaver::Turn& turn);
     int64_t position(int64_t timeUs) const;
@@ -60,6 +66,7 @@ class SpanReader {
 
     const Input& mInput;
     const Span mSpan;
+    std::vector<uint64_t> mLeftOut;
     Interleaver mSamples;
     std::vector<Overhang> mOverhangs;
     std::deque<HeldSample> mReady;  // the first one is delivered while mDeliversReady

@@ -170,4 +170,8 @@ std::optional<Metadata> ParseMetadata(ByteSpan data) {
     return metadata;
 }
 
+std::optional<Metadata> ReadMetadata(TagChain& chain, const TagUnit& unit) {
+    return ParseMetadata(chain.bytes(unit.dataOffset(), unit.dataSize));
+}
+
 }  // namespace orvel

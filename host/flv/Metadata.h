@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "flv/TagChain.h"
 #include "support/ByteSpan.h"
 
 namespace orvel {
@@ -23,5 +24,8 @@ struct Metadata {
 
 // Nothing when the data is not an onMetaData.
 std::optional<Metadata> ParseMetadata(ByteSpan data);
+
+// The same of a script tag in a file.
+std::optional<Metadata> ReadMetadata(TagChain& chain, const TagUnit& unit);
 
 }  // namespace orvel

@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <string.h>
 
-#include "Utils.h"
+#include "flv/Integers.h"
 
 namespace orvel {
 namespace {
@@ -14,7 +14,12 @@ constexpr uint8_t kEnhancedAudio = 9;
 constexpr uint8_t kAac = 10, kAvc = 7, kHevc = 9;
 constexpr uint8_t kOtherHevc = 12, kAv1 = 13;  // as several writers have them, with packets like AVC's
 constexpr uint8_t kCommandFrame = 5;
-constexpr uint8_t kPacketConfiguration = 0, kPacketEnd = 2, kPacketMetadata = 4, kAudioChannels = 4;
+constexpr uint8_t kPacketConfiguration = 0, kPacketFrames = 1, kPacketEnd = 2, kPacketMetadata = 4,
+                  kAudioChannels = 4;
+constexpr uint8_t kVp6 = 4, kVp6Alpha = 5;
+constexpr uint32_t kClassicHeaderSize = 1, kEnhancedHeaderSize = 5, kPacketTypeSize = 1,
+                   kCompositionTimeSize = 3, kVp6AdjustmentSize = 1, kVp6AlphaOffsetSize = 3;
+constexpr uint32_t kCompositionTimeSign = 0x800000;
 
 struct CodecRow {
     TrackKind kind;
@@ -85,18 +90,50 @@ const FourCcRow* FindFourCc(const StreamHeader& header) {
     return nullptr;
 }
 
+bool HasPacketType(const StreamHeader& header) {
+    return header.codec == kAvc || header.codec == kHevc || header.codec == kOtherHevc ||
+           header.codec == kAv1;
+}
+
+// A negative composition time is not applied: the plug-in does not, and a sample must not come before zero.
+uint32_t CompositionTime(const uint8_t* bytes) {
+    uint32_t value = U24_AT(bytes);
+    return value < kCompositionTimeSign ? value : 0;
+}
+
+void ReadEnhancedVideo(const TagUnit& unit, StreamHeader* header) {
+    header->packetType = unit.data[0] & 15;
+    header->codec = android::U32_AT(&unit.data[1]);
+    header->size = kEnhancedHeaderSize;
+    header->isConfiguration = header->packetType == kPacketConfiguration;
+    header->isOther = header->packetType == kPacketEnd || header->packetType == kPacketMetadata;
+    std::string fourCc = FourCcText(header->codec);
+    if (header->packetType != kPacketFrames || (fourCc != "avc1" && fourCc != "hvc1")) return;
+    header->compositionMs = CompositionTime(&unit.data[kEnhancedHeaderSize]);
+    header->size += kCompositionTimeSize;
+}
+
 StreamHeader ReadVideo(const TagUnit& unit) {
     StreamHeader header;
     uint8_t first = unit.data[0];
     header.isEnhanced = (first & kEnhancedVideo) != 0;
-    header.frameType = (first >> 4) & 7;
+    header.frameType = header.isEnhanced ? (first >> 4) & 7 : first >> 4;
     header.isCommand = header.frameType == kCommandFrame;
-    uint8_t packet = header.isEnhanced ? first & 15 : unit.data[1];
-    header.codec = header.isEnhanced ? android::U32_AT(&unit.data[1]) : first & 15;
-    bool hasPacket = header.isEnhanced || header.codec == kAvc || header.codec == kHevc ||
-                     header.codec == kOtherHevc || header.codec == kAv1;
-    header.isConfiguration = hasPacket && (packet == kPacketConfiguration || packet == kPacketEnd ||
-                                           (header.isEnhanced && packet == kPacketMetadata));
+    header.codec = first & 15;
+    header.size = kClassicHeaderSize;
+    if (header.isEnhanced) {
+        ReadEnhancedVideo(unit, &header);
+    } else if (HasPacketType(header)) {
+        header.packetType = unit.data[1];
+        header.isConfiguration = header.packetType == kPacketConfiguration;
+        header.isOther = header.packetType > kPacketFrames;
+        header.compositionMs = CompositionTime(&unit.data[2]);
+        header.size += kPacketTypeSize + kCompositionTimeSize;
+    } else if (header.codec == kVp6) {
+        header.size += kVp6AdjustmentSize;
+    } else if (header.codec == kVp6Alpha) {
+        header.size += kVp6AdjustmentSize + kVp6AlphaOffsetSize;
+    }
     return header;
 }
 
@@ -106,17 +143,23 @@ StreamHeader ReadAudio(const TagUnit& unit) {
     uint8_t format = unit.data[0] >> 4;
     header.isEnhanced = format == kEnhancedAudio;
     header.codec = header.isEnhanced ? android::U32_AT(&unit.data[1]) : format;
-    uint8_t packet = header.isEnhanced ? unit.data[0] & 15 : unit.data[1];
-    header.isConfiguration = (header.isEnhanced || format == kAac) &&
-                             (packet == kPacketConfiguration || packet == kPacketEnd ||
-                              (header.isEnhanced && packet == kAudioChannels));
+    header.size = header.isEnhanced ? kEnhancedHeaderSize : kClassicHeaderSize;
+    if (!header.isEnhanced && format != kAac) return header;
+    header.packetType = header.isEnhanced ? unit.data[0] & 15 : unit.data[1];
+    header.isConfiguration = header.packetType == kPacketConfiguration;
+    header.isOther = header.isEnhanced
+                             ? header.packetType == kPacketEnd || header.packetType == kAudioChannels
+                             : header.packetType > kPacketFrames;
+    if (!header.isEnhanced) header.size += kPacketTypeSize;
     return header;
 }
 
 }  // namespace
 
 StreamHeader ReadStreamHeader(const TagUnit& unit) {
-    return unit.is(TagType::kVideo) ? ReadVideo(unit) : ReadAudio(unit);
+    StreamHeader header = unit.is(TagType::kVideo) ? ReadVideo(unit) : ReadAudio(unit);
+    header.hasPayload = unit.dataSize > header.size;
+    return header;
 }
 
 std::string CodecName(const StreamHeader& header) {

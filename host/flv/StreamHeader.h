@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "format/TrackFormat.h"
 #include "flv/TagChain.h"
+#include "format/TrackFormat.h"
 
 namespace orvel {
 
@@ -15,11 +15,19 @@ struct StreamHeader {
     bool isEnhanced = false;
     uint32_t codec = 0;  // CodecID, SoundFormat or FourCC
     uint8_t frameType = 0;
-    bool isConfiguration = false;  // of the codec, or the end of its sequence: no sample
+    uint8_t packetType = 0;        // of codecs that have one
+    bool isConfiguration = false;  // of the codec: no sample
     bool isCommand = false;        // carries no picture
+    bool isOther = false;          // no sample either, such as the end of a sequence
+    uint32_t size = 0;             // of the header; the payload is the rest of the tag's data
+    uint32_t compositionMs = 0;    // from the tag's time to the presentation time; 0 where it is negative
+    bool hasPayload = false;
 
     bool isKeyFrame() const { return kind == TrackKind::kVideo && frameType == 1; }
-    bool isSample() const { return !isConfiguration && !isCommand; }
+    bool isSample() const { return !isConfiguration && !isCommand && !isOther && hasPayload; }
+    bool isSameCodec(const StreamHeader& header) const {
+        return kind == header.kind && isEnhanced == header.isEnhanced && codec == header.codec;
+    }
 };
 StreamHeader ReadStreamHeader(const TagUnit& unit);
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "Utils.h"
+#include "flv/Integers.h"
 
 namespace orvel {
 namespace {
@@ -16,10 +16,6 @@ constexpr size_t kStreamIdOffset = 8;
 
 // Tags that follow each other closely in a file with wrong PreviousTagSize fields.
 constexpr uint32_t kLongestPauseMs = 10000;
-
-uint32_t U24_AT(const uint8_t* bytes) {
-    return static_cast<uint32_t>(bytes[0]) << 16 | android::U16_AT(bytes + 1);
-}
 
 }  // namespace
 
@@ -55,7 +51,8 @@ std::optional<TagUnit> TagChain::read(int64_t slot) {
 TagChain::State TagChain::judge(const TagUnit& unit, std::optional<uint32_t> previousSize) {
     bool fits = unit.dataSize <= mSize - unit.dataOffset();
     bool follows = !previousSize || unit.previousTagSize == *previousSize;
-    bool looksRight = unit.isKnown() && (unit.streamId == 0 || follows);
+    bool looksRight = unit.isKnown() && (unit.streamId == 0 || unit.streamId == mStreamId || follows);
+    if (looksRight && fits && follows && !mStreamId) mStreamId = unit.streamId;
     if (looksRight && !fits) return State::kTruncated;
     if (looksRight) return unit.dataSize == 0 ? State::kEmpty : State::kSound;
     return fits && follows && unit.dataSize > 0 && isConfirmed(unit) ? State::kSound : State::kGarbage;
@@ -77,7 +74,7 @@ bool TagChain::isConfirmed(const TagUnit& unit) {
         std::optional<TagUnit> next = read(before.next());
         if (!next) return i > 0;
         if (next->isKnown() && next->previousTagSize == before.dataSize + kTagHeaderSize) return true;
-        bool looksRight = next->isKnown() && next->streamId == 0 &&
+        bool looksRight = next->isKnown() && (next->streamId == 0 || next->streamId == mStreamId) &&
                           next->dataSize <= mSize - next->dataOffset() &&
                           next->timestampMs >= before.timestampMs &&
                           next->timestampMs - before.timestampMs <= kLongestPauseMs;
@@ -90,7 +87,8 @@ bool TagChain::isConfirmed(const TagUnit& unit) {
 bool TagChain::mayBegin(const uint8_t* tag, int64_t slot) const {
     TagUnit unit;
     unit.type = tag[0];
-    if (!unit.isKnown() || U24_AT(tag + kStreamIdOffset) != 0) return false;
+    uint32_t streamId = U24_AT(tag + kStreamIdOffset);
+    if (!unit.isKnown() || (streamId != 0 && streamId != mStreamId)) return false;
     uint32_t dataSize = U24_AT(tag + 1);
     return dataSize > 0 && dataSize <= mSize - slot - TagUnit::kHeadSize;
 }

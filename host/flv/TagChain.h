@@ -22,7 +22,7 @@ struct TagUnit {
     uint32_t dataSize = 0;
     uint32_t timestampMs = 0;
     uint32_t streamId = 0;
-    std::array<uint8_t, 16> data{};  // as much as there is; zeros behind
+    std::array<uint8_t, 16> data{};  // as much as there is, then zeros
 
     int64_t offset() const { return slot + 4; }  // of the tag itself
     int64_t dataOffset() const { return slot + kHeadSize; }
@@ -39,6 +39,7 @@ class TagChain {
     TagChain(android::DataSource& source, int64_t size);
 
     int64_t size() const { return mSize; }
+    android::DataSource& source() const { return mSource; }
 
     // The unit at a slot, whatever it is; nothing when fewer than 15 bytes are left or cannot be read.
     std::optional<TagUnit> read(int64_t slot);
@@ -65,6 +66,7 @@ class TagChain {
 
     android::DataSource& mSource;
     const int64_t mSize;
+    std::optional<uint32_t> mStreamId;  // of the first tag; some writers number their streams
 };
 
 }  // namespace orvel

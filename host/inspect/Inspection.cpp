@@ -2,13 +2,15 @@
 #include "inspect/Inspection.h"
 
 #include <fmt/format.h>
-#include <string.h>
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "Utils.h"
+#include "flv/FileHeader.h"
+#include "flv/RunningClock.h"
+#include "flv/TagWalk.h"
 #include "source/CountingSource.h"
 #include "source/OpenSource.h"
 #include "support/CountText.h"
@@ -19,15 +21,11 @@
 namespace orvel {
 namespace {
 
-constexpr int64_t kHeaderSize = 9;
-constexpr int64_t kFlagsOffset = 4;
-constexpr uint8_t kAudioFlag = 4, kVideoFlag = 1;
 constexpr uint32_t kTagHeaderSize = 11;
 constexpr int64_t kPreviousTagSizeSize = 4;
 
 constexpr int64_t kLongestPauseMs = 10000;
 constexpr int64_t kIndexSlackMs = 1000;
-constexpr size_t kLongestMetadata = 1 << 24;
 
 std::string Seconds(int64_t ms) {
     return FormatSeconds(ms * 1000) + " s";
@@ -42,7 +40,7 @@ std::string Number(double value, int digits) {
 class Walk {
   public:
     Walk(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress)
-        : mChain(source, size), mProgress(progress) {
+        : mChain(source, size), mClock(mChain), mProgress(progress) {
         mReport.size = size;
         mReport.timeline.begin(size);
     }
@@ -52,10 +50,12 @@ class Walk {
     bool readHeader();
     void walkTags();
     void checkPreviousSize(const TagUnit& unit);
-    bool passDamage(const TagUnit& unit, TagChain::State state);
+    void tellState(const WalkStep& step);
+    void tellDamage(const WalkStep& damage);
+    void tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, const char* stream);
     void look(const TagUnit& unit);
     void lookAtStream(const TagUnit& unit);
-    void lookAtTimes(const TagUnit& unit, StreamSeen* stream);
+    void lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream);
     void lookAtScript(const TagUnit& unit);
     StreamSeen* findStream(const StreamHeader& header, int64_t offset);
     void finish();
@@ -71,6 +71,7 @@ class Walk {
     }
 
     TagChain mChain;
+    RunningClock mClock;
     const std::function<void(int64_t)>& mProgress;
     Inspection mReport;
     uint8_t mFlags = 0;
@@ -89,35 +90,35 @@ Inspection Walk::run() {
 }
 
 bool Walk::readHeader() {
-    std::vector<uint8_t> header = mChain.bytes(0, kHeaderSize);
-    bool isSigned = header.size() >= 4 && memcmp(header.data(), "FLV\x01", 4) == 0;
-    int64_t dataOffset =
-            isSigned && header.size() == kHeaderSize ? static_cast<int32_t>(android::U32_AT(&header[5])) : -1;
-    if (!isSigned) add(Kind::kNotFlv, 0, "the signature FLV and version 1 are missing");
-    if (isSigned && header.size() < kHeaderSize) {
-        add(Kind::kNotFlv, static_cast<int64_t>(header.size()), "the file ends inside the header");
+    FileHeader header = ReadFileHeader(mChain.source());
+    if (!header.error.empty()) {
+        add(Kind::kNotFlv, header.errorOffset, "{}", header.error);
+        return false;
     }
-    if (!isSigned || header.size() < kHeaderSize) return false;
-    mFlags = header[kFlagsOffset];
-    if (dataOffset != kHeaderSize) add(Kind::kDataOffset, 5, "the data offset is {}", dataOffset);
-    mSlot = std::max(dataOffset, kHeaderSize);
+    mFlags = header.flags;
+    if (header.dataOffset != FileHeader::kSize)
+        add(Kind::kDataOffset, FileHeader::kDataOffsetOffset, "the data offset is {}", header.dataOffset);
+    mSlot = header.firstSlot();
     mReport.isFlv = true;
     return true;
 }
 
 void Walk::walkTags() {
-    while (std::optional<TagUnit> unit = mChain.read(mSlot)) {
-        mProgress(mSlot);
-        TagChain::State state = mChain.judge(*unit, mPreviousSize);
-        if (state != TagChain::State::kSound) {
-            if (!passDamage(*unit, state)) return;
+    TagWalk walk(mChain, mSlot);
+    while (std::optional<WalkStep> step = walk.next()) {
+        if (!step->isTag()) {
+            tellDamage(*step);
             continue;
         }
-        checkPreviousSize(*unit);
-        look(*unit);
-        mPreviousSize = kTagHeaderSize + unit->dataSize;
-        mSlot = unit->next();
+        const TagUnit& unit = step->unit;
+        mProgress(unit.slot);
+        checkPreviousSize(unit);
+        tellState(*step);
+        if (unit.dataSize > 0) look(unit);
+        mPreviousSize = kTagHeaderSize + step->declaredSize;
+        if (step->kind == WalkStep::Kind::kCutTag) mPreviousSize.reset();
     }
+    mSlot = walk.end();
     checkEnd();
 }
 
@@ -128,36 +129,36 @@ void Walk::checkPreviousSize(const TagUnit& unit) {
         expected);
 }
 
-// Result: whether tags follow, with mSlot at the first one.
-bool Walk::passDamage(const TagUnit& unit, TagChain::State state) {
-    if (state == TagChain::State::kEmpty) {
+void Walk::tellState(const WalkStep& step) {
+    const TagUnit& unit = step.unit;
+    std::string declared = CountText(step.declaredSize, "byte");
+    if (step.kind == WalkStep::Kind::kEmptyTag) {
         add(Kind::kEmptyTag, unit.offset(), "a tag of type {} at {} has no data", unit.type,
             Seconds(unit.timestampMs));
         mReport.timeline.addBytes(Timeline::kDamage, unit.offset(), unit.next());
-        mPreviousSize = kTagHeaderSize;
-        mSlot = unit.next();
-        return true;
+    } else if (step.kind == WalkStep::Kind::kCutTag) {
+        add(Kind::kTruncatedTag, unit.offset(), "a tag of {}, of which {} are there", declared,
+            unit.dataSize);
+    } else if (step.declaredSize != unit.dataSize) {
+        add(Kind::kTagSize, unit.offset(), "the tag's size says {}, and the next tag shows that it has {}",
+            declared, unit.dataSize);
     }
-    std::optional<int64_t> next = mChain.resume(unit.slot + 1);
-    int64_t end = next.value_or(mReport.size);
-    if (state == TagChain::State::kTruncated && !next) {
-        add(Kind::kTruncatedTag, unit.offset(), "a tag of {}, of which {} are there",
-            CountText(unit.dataSize, "byte"), mReport.size - unit.dataOffset());
-    } else {
-        add(Kind::kGarbage, unit.offset(), "{} not tags{}",
-            CountText(end - unit.offset(), "byte") + (end - unit.offset() == 1 ? " is" : " are"),
-            next ? fmt::format("; tags resume at {}", *next + kPreviousTagSizeSize)
-                 : ", nor is anything behind");
-    }
-    mReport.timeline.addBytes(Timeline::kDamage, unit.offset(), end);
+}
+
+void Walk::tellDamage(const WalkStep& damage) {
+    int64_t size = damage.to - damage.from;
+    std::string resumes =
+            damage.endsFile ? ", nor is anything after them" : fmt::format("; tags resume at {}", damage.to);
+    add(damage.isZeros ? Kind::kZeros : Kind::kGarbage, damage.from, "{} {}{}", CountText(size, "byte"),
+        damage.isZeros ? (size == 1 ? "is zero" : "are zero") : (size == 1 ? "is not a tag" : "are not tags"),
+        resumes);
+    mReport.timeline.addBytes(Timeline::kDamage, damage.from, damage.to);
     int64_t before =
             std::max(mReport.timeline.lastMs(TrackKind::kVideo), mReport.timeline.lastMs(TrackKind::kAudio));
-    mOpenGap = Timeline::Gap{before, before, unit.offset(), end - unit.offset()};
+    mOpenGap = Timeline::Gap{before, before, damage.from, size};
     mReport.timeline.breakOff();
     mPreviousSize.reset();
-    mSlot = end;
-    if (!next) mReport.timeline.addGap(*std::exchange(mOpenGap, std::nullopt));
-    return next.has_value();
+    if (damage.endsFile) mReport.timeline.addGap(*std::exchange(mOpenGap, std::nullopt));
 }
 
 void Walk::look(const TagUnit& unit) {
@@ -181,8 +182,7 @@ StreamSeen* Walk::findStream(const StreamHeader& header, int64_t offset) {
     bool isFirst = true;
     for (StreamSeen& stream : mReport.streams) {
         if (stream.header.kind != header.kind) continue;
-        bool isSame = stream.header.isEnhanced == header.isEnhanced && stream.header.codec == header.codec;
-        if (isSame) return &stream;
+        if (stream.header.isSameCodec(header)) return &stream;
         isFirst = false;
     }
     if (mReport.streams.size() == Inspection::kMostStreams) return nullptr;
@@ -204,40 +204,69 @@ void Walk::lookAtStream(const TagUnit& unit) {
     if (header.isCommand) return;
     StreamSeen* stream = findStream(header, unit.offset());
     if (stream == nullptr) return;
+    ++stream->tags;
     stream->bytes += unit.dataSize;
+    if (header.isConfiguration && stream->configurationSlots.size() < StreamSeen::kMostConfigurations)
+        stream->configurationSlots.push_back(unit.slot);
     if (!header.isSample()) return;
+    if (stream->firstSampleSlot < 0 && (header.kind == TrackKind::kAudio || header.isKeyFrame()))
+        stream->firstSampleSlot = unit.slot;
     if (header.kind == TrackKind::kVideo && stream->samples == 0 && !header.isKeyFrame()) {
         add(Kind::kNoKeyFrameFirst, unit.offset(), "the first video frame is of type {}", header.frameType);
     }
     ++stream->samples;
     if (header.isKeyFrame()) ++stream->keyFrames;
-    lookAtTimes(unit, stream);
-    mReport.timeline.addSample(header.kind, unit.timestampMs, unit.dataSize, header.isKeyFrame());
+    if (header.kind == TrackKind::kVideo && stream->keyFrames == 0) ++stream->leadingFrames;
+    int64_t timeMs = mClock.place(unit, header.kind);
+    lookAtTimes(unit, timeMs, stream);
+    mReport.timeline.addSample(header.kind, timeMs, unit.dataSize, header.isKeyFrame());
     if (!mOpenGap) return;
-    mOpenGap->toMs = unit.timestampMs;
+    mOpenGap->toMs = timeMs;
     mReport.timeline.addGap(*std::exchange(mOpenGap, std::nullopt));
 }
 
-void Walk::lookAtTimes(const TagUnit& unit, StreamSeen* stream) {
-    int64_t timeMs = unit.timestampMs;
+void Walk::lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream) {
     if (stream->firstMs < 0) stream->firstMs = timeMs;
-    if (stream->lastMs >= 0 && timeMs < stream->lastMs) {
+    if (mClock.doubt()) {
+        tellDoubt(*mClock.doubt(), unit, stream->kindName());
+    } else if (stream->lastMs >= 0 && timeMs < stream->lastMs) {
         add(Kind::kTimeBack, unit.offset(), "the {} goes back from {} to {}", stream->kindName(),
             Seconds(stream->lastMs), Seconds(timeMs));
-    }
-    if (stream->lastMs >= 0 && timeMs > stream->lastMs + kLongestPauseMs) {
+    } else if (stream->lastMs >= 0 && timeMs > stream->lastMs + kLongestPauseMs) {
         add(Kind::kTimeJump, unit.offset(), "the {} jumps from {} to {}", stream->kindName(),
             Seconds(stream->lastMs), Seconds(timeMs));
     }
     stream->lastMs = timeMs;
 }
 
+void Walk::tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, const char* stream) {
+    mReport.clockIsSound = false;
+    std::string file = Seconds(doubt.fileMs), clock = Seconds(doubt.clockMs);
+    switch (doubt.kind) {
+        case RunningClock::Doubt::Kind::kOutlier:
+            return add(Kind::kTimeImplausible, unit.offset(),
+                       "one timestamp of the {} says {}; it was due at {}", stream, file, clock);
+        case RunningClock::Doubt::Kind::kReconnect:
+            return add(Kind::kReconnect, unit.offset(),
+                       "the clock begins anew: the {} goes on at {} in the file, {} of the running clock",
+                       stream, file, clock);
+        case RunningClock::Doubt::Kind::kWrap:
+            return add(Kind::kTimeWrap, unit.offset(),
+                       "the clock has run out of bits: the {} goes on at {} in the file, {} of the running "
+                       "clock",
+                       stream, file, clock);
+        case RunningClock::Doubt::Kind::kOffset:
+            return add(Kind::kTimeOffset, unit.offset(),
+                       "the {} begins at {} in the file, {} of the running clock", stream, file, clock);
+    }
+}
+
 void Walk::lookAtScript(const TagUnit& unit) {
     if (mReport.metadata) return;
-    mReport.metadata =
-            ParseMetadata(mChain.bytes(unit.dataOffset(), std::min<size_t>(unit.dataSize, kLongestMetadata)));
+    mReport.metadata = ReadMetadata(mChain, unit);
     if (!mReport.metadata) return;
     mMetadataOffset = unit.offset();
+    mClock.setDuration(mReport.metadata->durationSeconds.value_or(0));
     if (mReport.metadata->error.empty()) return;
     int64_t offset = unit.dataOffset() + static_cast<int64_t>(mReport.metadata->errorOffset);
     add(Kind::kMetadataBroken, offset, "{}", mReport.metadata->error);
@@ -245,7 +274,7 @@ void Walk::lookAtScript(const TagUnit& unit) {
 
 void Walk::finish() {
     mProgress(mReport.size);
-    if (mReport.streams.empty()) add(Kind::kNoStreams, kHeaderSize, "no audio or video tag was found");
+    if (mReport.streams.empty()) add(Kind::kNoStreams, FileHeader::kSize, "no audio or video tag was found");
     checkFlags();
     checkIndex();
     checkDuration();
@@ -271,11 +300,11 @@ void Walk::checkEnd() {
 void Walk::checkFlags() {
     for (TrackKind kind : {TrackKind::kVideo, TrackKind::kAudio}) {
         bool isVideo = kind == TrackKind::kVideo;
-        bool isClaimed = (mFlags & (isVideo ? kVideoFlag : kAudioFlag)) != 0;
+        bool isClaimed = (mFlags & (isVideo ? FileHeader::kVideoFlag : FileHeader::kAudioFlag)) != 0;
         bool isThere = std::any_of(mReport.streams.begin(), mReport.streams.end(),
                                    [kind](const StreamSeen& stream) { return stream.header.kind == kind; });
         if (isClaimed == isThere) continue;
-        add(Kind::kHeaderFlags, kFlagsOffset, "the header claims {}{}, and there is {}",
+        add(Kind::kHeaderFlags, FileHeader::kFlagsOffset, "the header claims {}{}, and there is {}",
             isClaimed ? "" : "no ", isVideo ? "video" : "audio", isThere ? "some" : "none");
     }
 }
@@ -298,7 +327,7 @@ void Walk::checkIndex() {
 }
 
 bool Walk::checkIndexEntry(double time, double position) {
-    bool isInFile = position >= kHeaderSize && position < static_cast<double>(mReport.size);
+    bool isInFile = position >= FileHeader::kSize && position < static_cast<double>(mReport.size);
     std::optional<TagUnit> unit;
     if (isInFile) unit = mChain.read(static_cast<int64_t>(position) - kPreviousTagSizeSize);
     if (!unit || !unit->is(TagType::kVideo) || !ReadStreamHeader(*unit).isKeyFrame()) {
@@ -316,7 +345,7 @@ bool Walk::checkIndexEntry(double time, double position) {
 
 void Walk::checkDuration() {
     if (!mReport.metadata) {
-        add(Kind::kNoMetadata, kHeaderSize, "there is no onMetaData");
+        add(Kind::kNoMetadata, FileHeader::kSize, "there is no onMetaData");
         return;
     }
     if (!mReport.metadata->durationSeconds || *mReport.metadata->durationSeconds == 0) {
@@ -346,6 +375,19 @@ Inspection Inspect(android::DataSource& source, int64_t size, const std::functio
     return Walk(source, size, progress).run();
 }
 
+Inspection InspectSource(CountingSource& source, int64_t size, const std::string& name) {
+    Progress progress(name, size);
+    Inspection report = Inspect(source, size, [&](int64_t done) { progress.update(done); });
+    // What was found at the end of a file that has become shorter since it was measured is not the file's
+    // fault.
+    uint8_t last;
+    bool isWhole = size == 0 || source.readAt(size - 1, &last, 1) == 1;
+    if (source.hasFailed()) throw Failure(ExitCode::kInputOutput, LastReadError(source.inner(), name));
+    if (!isWhole) throw Failure(ExitCode::kInputOutput, name + ": became shorter while it was read");
+    progress.finish();
+    return report;
+}
+
 Inspection InspectLocation(const std::string& location) {
     std::string error, name = ShownLocation(location);
     android::sp<android::DataSource> opened = OpenSource(location, &error);
@@ -355,16 +397,7 @@ Inspection InspectLocation(const std::string& location) {
     if (source->getSize(&size) != android::OK) {
         throw Failure(ExitCode::kInputOutput, name + ": the size is unknown");
     }
-    Progress progress(name, size);
-    Inspection report = Inspect(*source, size, [&](int64_t done) { progress.update(done); });
-    // What was found at the end of a file that has become shorter since it was measured is not the file's
-    // fault.
-    uint8_t last;
-    bool isWhole = size == 0 || source->readAt(size - 1, &last, 1) == 1;
-    if (source->hasFailed()) throw Failure(ExitCode::kInputOutput, LastReadError(opened, name));
-    if (!isWhole) throw Failure(ExitCode::kInputOutput, name + ": became shorter while it was read");
-    progress.finish();
-    return report;
+    return InspectSource(*source, size, name);
 }
 
 }  // namespace orvel

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "inspect/Findings.h"
 #include "flv/Metadata.h"
 #include "flv/StreamHeader.h"
+#include "inspect/Findings.h"
 #include "inspect/Timeline.h"
+#include "source/CountingSource.h"
 
 namespace orvel {
 
@@ -17,11 +18,17 @@ namespace orvel {
 struct StreamSeen {
     StreamHeader header;
     int64_t firstOffset = 0;  // of its first tag
+    uint64_t tags = 0;
     uint64_t samples = 0;
-    uint64_t keyFrames = 0;  // video only
-    uint64_t bytes = 0;      // of tag data
-    int64_t firstMs = -1;    // of samples; -1 when there are none
+    uint64_t keyFrames = 0;      // video only
+    uint64_t leadingFrames = 0;  // video only: samples before the first key frame
+    uint64_t bytes = 0;          // of tag data
+    int64_t firstMs = -1;        // of samples; -1 when there are none
     int64_t lastMs = -1;
+    // Where its configuration and its first sample that can be decoded are: slots; -1 when there is none.
+    static constexpr size_t kMostConfigurations = 8;
+    std::vector<int64_t> configurationSlots;
+    int64_t firstSampleSlot = -1;
     std::string whyNoTrack;  // empty when the plug-in can offer one
 
     const char* kindName() const { return header.kind == TrackKind::kVideo ? "video" : "audio"; }
@@ -43,6 +50,7 @@ struct Inspection {
     std::vector<IndexEntry> index;     // at most kMostIndexEntries
     Findings findings;
     Timeline timeline;
+    bool clockIsSound = true;  // all timestamps were believed
 
     static constexpr size_t kMostStreams = 16;
     static constexpr size_t kMostIndexEntries = 65536;
@@ -54,6 +62,10 @@ struct Inspection {
 // Walks the whole file: linear in its size, with memory that does not grow with it. progress is told how many
 // bytes are behind.
 Inspection Inspect(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress);
+
+// The same for a source that is known by this name, with its progress shown. Throws Failure (kInputOutput)
+// when it cannot be read.
+Inspection InspectSource(CountingSource& source, int64_t size, const std::string& name);
 
 // The same for what the user named, with its progress shown. Throws Failure (kInputOutput) when it cannot be
 // opened or read.

@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <string.h>
 
+#include "support/CountText.h"
+
 namespace orvel {
 namespace {
 
@@ -33,13 +35,16 @@ size_t AppendAnnexB(ByteSpan sample, size_t nalLengthSize, std::vector<uint8_t>*
     }
     while (sample.size >= nalLengthSize) {
         size_t length = ReadLength(sample, nalLengthSize);
-        if (length > sample.size - nalLengthSize) break;
+        if (length > sample.size - nalLengthSize) break;  // the rest is a unit that is cut
         if (length > 0) {
             Append(ByteSpan(kStartCode, sizeof(kStartCode)), out);
             Append(sample.from(nalLengthSize).first(length), out);
         }
         sample = sample.from(nalLengthSize + length);
     }
+    if (sample.size <= nalLengthSize) return sample.size;
+    Append(ByteSpan(kStartCode, sizeof(kStartCode)), out);
+    Append(sample.from(nalLengthSize), out);
     return sample.size;
 }
 
@@ -57,13 +62,13 @@ void AnnexBWriter::write(const AccessUnit& sample) {
     mFile.write(mConverted);
     if (left == 0) return;
     ++mDamagedSamples;
-    mBytesLeftOut += left;
+    mBytesInDoubt += left;
 }
 
 std::string AnnexBWriter::remark() const {
     if (mDamagedSamples == 0) return "";
-    return fmt::format("{} samples have a damaged NAL unit length; {} bytes behind them were left out",
-                       mDamagedSamples, mBytesLeftOut);
+    return fmt::format("{} with a damaged NAL unit length; the {} from there on are written as one NAL unit",
+                       CountText(mDamagedSamples, "sample"), CountText(mBytesInDoubt, "byte"));
 }
 
 }  // namespace orvel

@@ -8,10 +8,11 @@
 
 namespace orvel {
 
-// Appends the NAL units of a sample to *out, each behind the start code 00 00 00 01. A sample that begins
-// with that start code has them already and is appended as it is; otherwise each unit stands behind a
-// big-endian length of nalLengthSize bytes (1 to 4). Empty units are passed over. Result: the bytes left at
-// the end, from the first length on that does not fit; 0 when all of it was converted.
+// Appends the NAL units of a sample to *out, each after the start code 00 00 00 01. A sample that begins
+// with that start code has them already and is appended as it is; otherwise each unit stands after a
+// big-endian length of nalLengthSize bytes (1 to 4). Empty units are passed over. What stands after a
+// length that does not fit is a unit that is cut, and appended as one. Result: the bytes from that length on;
+// 0 when all lengths fit.
 size_t AppendAnnexB(ByteSpan sample, size_t nalLengthSize, std::vector<uint8_t>* out);
 
 // A byte stream (Annex B of H.264 and H.265): the parameter sets first, then the samples.
@@ -26,7 +27,7 @@ class AnnexBWriter : public SampleWriter {
     AtomicFile& mFile;
     std::vector<uint8_t> mConverted;
     uint64_t mDamagedSamples = 0;
-    uint64_t mBytesLeftOut = 0;
+    uint64_t mBytesInDoubt = 0;
 };
 
 }  // namespace orvel
