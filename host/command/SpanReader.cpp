@@ -20,7 +20,8 @@ namespace {
 constexpr size_t kDeepestReordering = 16;
 constexpr size_t kMostHeldBytes = 16 << 20;
 
-constexpr char kRecoverDecodable[] = "decodable", kRecoverAll[] = "all";
+// What the option library gives for the flag alone, and what may be said.
+constexpr char kRecoverDecodable[] = "true", kRecoverAll[] = "all";
 
 }  // namespace
 
@@ -28,10 +29,9 @@ void AddSpanOptions(CLI::App* app, Span* span) {
     AddTimeOption(app, "--from", &span->fromUs,
                   "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
     AddTimeOption(app, "--to", &span->toUs, "End each track with its last sample before this time");
-    app->add_flag("--recover{decodable}", span->recover,
+    app->add_flag("--recover", span->recover,
                   "Go on after damage that ends a track early, and say what is lost; --recover=all also with "
-                  "pictures that are predicted from lost ones")
-            ->check(CLI::IsMember({kRecoverDecodable, kRecoverAll}));
+                  "pictures that are predicted from lost ones");
 }
 
 std::optional<Recovery> Span::recovery() const {
@@ -40,6 +40,9 @@ std::optional<Recovery> Span::recovery() const {
 }
 
 void CheckSpan(const Span& span) {
+    if (!span.recover.empty() && span.recover != kRecoverDecodable && span.recover != kRecoverAll) {
+        throw Failure(ExitCode::kUsage, "--recover: takes =all or nothing, not =" + span.recover);
+    }
     if (span.fromUs && span.toUs && *span.toUs <= *span.fromUs) {
         throw Failure(ExitCode::kUsage, "--to: not after --from");
     }

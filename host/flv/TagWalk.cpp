@@ -19,14 +19,14 @@ WalkStep StepOf(const TagUnit& unit) {
     return step;
 }
 
-bool AreZeros(TagChain& chain, int64_t from, int64_t to) {
-    for (int64_t at = from; at < to; at += kWindow) {
-        auto wanted = static_cast<size_t>(std::min(kWindow, to - at));
-        const std::vector<uint8_t> bytes = chain.bytes(at, wanted);
-        if (bytes.size() < wanted) return false;
-        if (std::any_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte != 0; })) return false;
+int64_t CountZeros(TagChain& chain, int64_t from, int64_t to) {
+    for (int64_t at = from; at < to;) {
+        const std::vector<uint8_t> bytes = chain.bytes(at, static_cast<size_t>(std::min(kWindow, to - at)));
+        auto end = std::find_if(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte != 0; });
+        at += end - bytes.begin();
+        if (end != bytes.end() || bytes.empty()) return at - from;
     }
-    return from < to;
+    return to - from;
 }
 
 }  // namespace
@@ -129,7 +129,7 @@ void TagWalk::addDamage(int64_t from, std::optional<int64_t> to, bool losesNoTag
     step.to = to ? *to + kPreviousTagSizeSize : mChain->size();
     step.endsFile = !to;
     step.losesNoTag = losesNoTag;
-    step.isZeros = AreZeros(*mChain, from, to ? *to : mChain->size());
+    step.zeros = CountZeros(*mChain, from, step.to);
     if (!to) mSlot = mChain->size();
     mDamage = step;
 }

@@ -23,7 +23,7 @@ struct WalkStep {
 
     // Damage: no tag begins in these bytes.
     int64_t from = 0, to = 0;
-    bool isZeros = false;   // every byte of it is 0
+    int64_t zeros = 0;      // so many bytes of it, from the first on, are 0
     bool endsFile = false;  // no tag follows
 
     // Damage or a cut tag: PreviousTagSize of the next tag shows that no tag is missing before it.

@@ -23,7 +23,7 @@ const std::vector<KindTraits>& AllKinds() {
             {Kind::kNotFlv, "not-flv", kError, "the file does not begin as FLV does"},
             {Kind::kNoStreams, "no-streams", kError, "there is no audio or video tag"},
             {Kind::kGarbage, "garbage", kError, "bytes that are no tags stand where a tag should"},
-            {Kind::kZeros, "zeros", kError, "bytes that are all zero stand where a tag should"},
+            {Kind::kZeros, "zeros", kError, "zeros stand where a tag should"},
             {Kind::kTagSize, "tag-size", kError, "the size in a tag's header is wrong"},
             {Kind::kEmptyTag, "empty-tag", kError, "a tag has no data; the plug-in ends a track there"},
             {Kind::kTruncatedTag, "truncated-tag", kError, "the file ends inside a tag"},

@@ -115,7 +115,7 @@ void Walk::walkTags() {
         checkPreviousSize(unit);
         tellState(*step);
         if (unit.dataSize > 0) look(unit);
-        mPreviousSize = kTagHeaderSize + step->declaredSize;
+        mPreviousSize = kTagHeaderSize + unit.dataSize;
         if (step->kind == WalkStep::Kind::kCutTag) mPreviousSize.reset();
     }
     mSlot = walk.end();
@@ -147,11 +147,13 @@ void Walk::tellState(const WalkStep& step) {
 
 void Walk::tellDamage(const WalkStep& damage) {
     int64_t size = damage.to - damage.from;
-    std::string resumes =
-            damage.endsFile ? ", nor is anything after them" : fmt::format("; tags resume at {}", damage.to);
-    add(damage.isZeros ? Kind::kZeros : Kind::kGarbage, damage.from, "{} {}{}", CountText(size, "byte"),
-        damage.isZeros ? (size == 1 ? "is zero" : "are zero") : (size == 1 ? "is not a tag" : "are not tags"),
-        resumes);
+    bool isHole = damage.zeros > size / 2;
+    std::string zeros =
+            isHole && damage.zeros < size ? fmt::format(", the first {} of them zero", damage.zeros) : "";
+    add(isHole ? Kind::kZeros : Kind::kGarbage, damage.from, "{} {}{}{}", CountText(size, "byte"),
+        isHole && zeros.empty() ? (size == 1 ? "is zero" : "are zero")
+                                : (size == 1 ? "is not a tag" : "are not tags"),
+        zeros, damage.endsFile ? "; no tag follows" : fmt::format("; tags resume at {}", damage.to));
     mReport.timeline.addBytes(Timeline::kDamage, damage.from, damage.to);
     int64_t before =
             std::max(mReport.timeline.lastMs(TrackKind::kVideo), mReport.timeline.lastMs(TrackKind::kAudio));
@@ -284,7 +286,7 @@ void Walk::finish() {
 void Walk::checkEnd() {
     int64_t left = mReport.size - mSlot;
     std::vector<uint8_t> field = mChain.bytes(mSlot, kPreviousTagSizeSize);
-    if (left == 0 && mReport.tags > 0)
+    if (left == 0 && mPreviousSize)
         add(Kind::kNoLastSize, mSlot, "the file ends with its last tag's data");
     if (left > kPreviousTagSizeSize) {
         add(Kind::kTrailingBytes, mSlot + kPreviousTagSizeSize, "{} behind the last tag",

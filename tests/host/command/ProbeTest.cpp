@@ -33,8 +33,8 @@ TEST_F(ProbeTest, ExitCodesAndOneLineThatSaysWhy) {
     const std::tuple<std::string, int, std::string> cases[] = {
             {"short.flv", 1, "short.flv: byte offset 5: expected .*, found the end of the file"},
             {"m*.flv", 1, "m.x1b\\[31mp4.x0a.flv: byte offset 0: expected .*, found 00 00 00"},
-            {ORVEL_SOURCE_DIR "/" + noTrack, 1, ".*: byte offset 9: expected .* a supported codec.*"},
-            {"garbage.flv", 1, "garbage.flv: byte offset 33476: expected .*, found type 7"},
+            {ORVEL_SOURCE_DIR "/" + noTrack, 1, ".*: no track: audio G.711 A-law, 40 tags, 40040 bytes: .*"},
+            {"garbage.flv", 1, "garbage.flv: no track: audio G.711 A-law, 32 tags, .*"},
             {"missing.flv", 3, "missing.flv: No such file.*"},
             {"--plugin missing.so " + good, 3, ".*missing.so.*"},
             {"https://me:secret@/a.flv?key=1", 3, "https:///a.flv: not a complete http or https URL"},

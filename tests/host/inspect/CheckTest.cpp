@@ -67,14 +67,14 @@ TEST_F(CheckTest, EachFaultHasItsCodeAndOffset) {
     sizes[tag - 1] ^= 3;
     EXPECT_EQ("previous-tag-size@" + std::to_string(fourth - 4) + " ", check(sizes, 0));
     std::fill_n(empty.begin() + fourth + 1, 3, 0);
-    EXPECT_EQ("empty-tag@" + at + " garbage@" + std::to_string(fourth + 15) + " ", check(empty, 1));
+    EXPECT_EQ("tag-size@" + at + " ", check(empty, 1));
     back[tag + 5] = 2;  // 3000 ms to 696 ms
-    EXPECT_EQ("time-back@" + at + " ", check(back, 0));
+    EXPECT_EQ("time-implausible@" + at + " ", check(back, 0));
     jump[tag + 4] = 1;  // 68 s later
-    EXPECT_THAT(check(jump, 0), HasSubstr("time-jump@" + at));
+    EXPECT_EQ("time-implausible@" + at + " ", check(jump, 0));
     Bytes cut = SoundFile().bytes();
     cut.resize(tag + 100);
-    EXPECT_EQ("truncated-tag@" + at + " duration-wrong@13 ", check(cut, 1));
+    EXPECT_EQ("truncated-tag@" + at + " ", check(cut, 1));
     EXPECT_EQ("duration-wrong@13 ", check(SoundFile(9).bytes(), 0));
     Bytes metadata = SoundFile().bytes();
     metadata[24 + 13] = 0x11;  // the marker behind the name
