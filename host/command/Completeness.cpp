@@ -90,6 +90,18 @@ ExitCode TellCounts(const Input& input, const Taken& taken) {
     return result;
 }
 
+// onMetaData itself describes the tracks, and is in their formats or in the container's own header.
+ExitCode TellScripts(const Input& input, const Taken& taken) {
+    const Scripts& scripts = input.inspection().scripts;
+    if (taken.hasScripts) return ExitCode::kDone;
+    for (const auto& [name, count] : scripts.counts) {
+        Complain(fmt::format("{}: left out: script data {}, {}, {}: the output has no place for it",
+                             input.name(), name.empty() ? "of other names" : name,
+                             CountText(count.tags, "tag"), CountText(count.bytes, "byte")));
+    }
+    return scripts.counts.empty() ? ExitCode::kDone : ExitCode::kIncomplete;
+}
+
 }  // namespace
 
 void AddMissingOption(CLI::App* app, bool* allowsMissing) {
@@ -99,8 +111,8 @@ void AddMissingOption(CLI::App* app, bool* allowsMissing) {
 
 ExitCode TellMissing(const Input& input, const Taken& taken, bool allowsMissing) {
     if (!input.remark().empty()) Complain(fmt::format("{}: {}", input.name(), input.remark()));
-    ExitCode result = Worse(TellStreams(input, taken), TellCounts(input, taken));
-    result = Worse(result, TellDamage(input));
+    ExitCode result = Worse(TellStreams(input, taken), TellScripts(input, taken));
+    result = Worse(Worse(result, TellCounts(input, taken)), TellDamage(input));
     return result == ExitCode::kIncomplete && allowsMissing ? ExitCode::kDone : result;
 }
 

@@ -17,7 +17,8 @@ struct Taken {
         uint64_t samples;  // that stand in the output, or of which it has been said that they do not
     };
     std::vector<Track> tracks;
-    bool isPart = false;  // the user wanted a span of time
+    bool isPart = false;      // the user wanted a span of time
+    bool hasScripts = false;  // the output has what script tags say, or the command has said what is missing
 };
 
 // --allow-missing.

@@ -70,7 +70,7 @@ std::optional<RecoveringReader::Sample> RecoveringReader::sampleOf(const WalkSte
     const TagUnit& unit = step.unit;
     if (!step.isTag() || unit.dataSize == 0) return std::nullopt;
     if (unit.is(TagType::kScript) && !mPlace.hasMetadata) {
-        std::optional<Metadata> metadata = ReadMetadata(mChain, unit);
+        std::optional<Metadata> metadata = ReadMetadata(ReadScript(mChain, unit));
         mPlace.hasMetadata = metadata.has_value();
         if (metadata) mPlace.clock.setDuration(metadata->durationSeconds.value_or(0));
     }

@@ -264,14 +264,15 @@ void Walk::tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, cons
 }
 
 void Walk::lookAtScript(const TagUnit& unit) {
-    if (mReport.metadata) return;
-    mReport.metadata = ReadMetadata(mChain, unit);
-    if (!mReport.metadata) return;
-    mMetadataOffset = unit.offset();
-    mClock.setDuration(mReport.metadata->durationSeconds.value_or(0));
-    if (mReport.metadata->error.empty()) return;
-    int64_t offset = unit.dataOffset() + static_cast<int64_t>(mReport.metadata->errorOffset);
-    add(Kind::kMetadataBroken, offset, "{}", mReport.metadata->error);
+    ScriptEvent event = ReadScript(mChain, unit);
+    if (!mReport.metadata && (mReport.metadata = ReadMetadata(event))) {
+        mMetadataOffset = unit.offset();
+        mClock.setDuration(mReport.metadata->durationSeconds.value_or(0));
+        if (event.error.text.empty()) return;
+        return add(Kind::kMetadataBroken, unit.dataOffset() + static_cast<int64_t>(event.error.offset), "{}",
+                   event.error.text);
+    }
+    if (!event.isMetadata()) mReport.scripts.add(std::move(event));
 }
 
 void Walk::finish() {
@@ -286,8 +287,7 @@ void Walk::finish() {
 void Walk::checkEnd() {
     int64_t left = mReport.size - mSlot;
     std::vector<uint8_t> field = mChain.bytes(mSlot, kPreviousTagSizeSize);
-    if (left == 0 && mPreviousSize)
-        add(Kind::kNoLastSize, mSlot, "the file ends with its last tag's data");
+    if (left == 0 && mPreviousSize) add(Kind::kNoLastSize, mSlot, "the file ends with its last tag's data");
     if (left > kPreviousTagSizeSize) {
         add(Kind::kTrailingBytes, mSlot + kPreviousTagSizeSize, "{} behind the last tag",
             CountText(left - kPreviousTagSizeSize, "byte"));
@@ -362,6 +362,15 @@ void Walk::checkDuration() {
 }
 
 }  // namespace
+
+void Scripts::add(ScriptEvent event) {
+    bool isNew = counts.size() < kMostNames || counts.count(event.name) > 0;
+    Count& count = counts[isNew ? event.name : ""];
+    ++count.tags;
+    count.bytes += event.bytes;
+    eventBytes += event.bytes;
+    if (eventBytes <= kMostBytes) events.push_back(std::move(event));
+}
 
 int64_t Inspection::spanMs() const {
     int64_t first = INT64_MAX, last = 0;

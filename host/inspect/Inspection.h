@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,6 +35,22 @@ struct StreamSeen {
     const char* kindName() const { return header.kind == TrackKind::kVideo ? "video" : "audio"; }
 };
 
+// The script tags other than onMetaData: cue points, captions, what else writers put there.
+struct Scripts {
+    struct Count {
+        uint64_t tags = 0;
+        uint64_t bytes = 0;
+    };
+    std::map<std::string, Count> counts;  // by name; names beyond kMostNames are counted as ""
+    std::vector<ScriptEvent> events;      // the first ones, as long as their bytes are at most kMostBytes
+    uint64_t eventBytes = 0;
+
+    static constexpr size_t kMostNames = 64;
+    static constexpr uint64_t kMostBytes = 1 << 20;
+
+    void add(ScriptEvent event);
+};
+
 struct IndexEntry {
     double timeSeconds;
     int64_t position;
@@ -47,7 +64,8 @@ struct Inspection {
     std::vector<StreamSeen> streams;  // at most kMostStreams
     uint64_t tags = 0;
     std::optional<Metadata> metadata;  // the first one
-    std::vector<IndexEntry> index;     // at most kMostIndexEntries
+    Scripts scripts;
+    std::vector<IndexEntry> index;  // at most kMostIndexEntries
     Findings findings;
     Timeline timeline;
     bool clockIsSound = true;  // all timestamps were believed
