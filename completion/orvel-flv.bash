@@ -32,8 +32,8 @@ _orvel_flv() {
     case $command in
         "") [[ $current == -* ]] || options=$commands ;;
         probe) options+=" --json --packets --io --seek" ;;
-        extract) options+=" --output --track --from --to --timestamps --force --recover" ;;
-        remux) options+=" --from --to --force --recover" ;;
+        extract) options+=" --output --track --from --to --timestamps --force --recover --allow-missing" ;;
+        remux) options+=" --from --to --keep-times --force --recover --allow-missing" ;;
         thumbnail) options+=" --output --at --size --grid --force" ;;
         check) options+=" --json --strict --codes" ;;
         map) options+=" --output --force" ;;

@@ -24,9 +24,9 @@ struct StreamSetup {
     int height = 0;
     int sampleRate = 0;
     int channelCount = 0;
-    int pcmBits = 0;  // PCM only: 8 or 16
-    std::vector<uint8_t>
-            configuration;  // AVC, HEVC: parameter sets behind start codes; AAC: AudioSpecificConfig
+    int pcmBits = 0;                     // PCM only: 8 or 16
+    std::vector<uint8_t> configuration;  // AVC, HEVC: parameter sets after start codes; AAC:
+                                         // AudioSpecificConfig; VP6: adjustment
 };
 
 // What only a decoder learns of a stream. Zero where it did not.
@@ -95,7 +95,7 @@ class Muxer {
         uint64_t moved = 0;
         uint64_t leftOut = 0;
     };
-    virtual Losses losses() const = 0;
+    virtual Losses losses(size_t track) const = 0;
 };
 
 class AvModule {

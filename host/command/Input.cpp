@@ -4,6 +4,8 @@
 #include <fmt/format.h>
 #include <stdio.h>
 
+#include <algorithm>
+
 #include "command/PlatformLog.h"
 #include "command/StreamFormat.h"
 #include "flv/FileHeader.h"
@@ -36,6 +38,7 @@ Input::Input(const Plugin& plugin, const std::string& location, std::optional<Re
     throwIfReadsFailed();
     if (mTracks.empty()) refuse();
     mendAudioConfiguration();
+    trimVp6();
     readIndex();
 }
 
@@ -102,6 +105,25 @@ void Input::mendAudioConfiguration() {
         track.configurationName = "AudioSpecificConfig";
         mHasAudioMended = true;
         mRemark = fmt::format("the audio track has no AudioSpecificConfig; one is made from {}", from);
+    }
+}
+
+// VP6 codes whole blocks; the byte before each key frame's data says how much of the last ones is shown, and
+// the plug-in passes over it.
+void Input::trimVp6() {
+    for (TrackFormat& track : mTracks) {
+        if (track.codec != Codec::kVp6 && track.codec != Codec::kVp6Alpha) continue;
+        TagChain chain(*mSource, mSize);
+        TagWalk walk(chain, ReadFileHeader(*mSource).firstSlot());
+        while (std::optional<WalkStep> step = walk.next()) {
+            if (!step->isTag() || !step->unit.is(TagType::kVideo) ||
+                !ReadStreamHeader(step->unit).isKeyFrame())
+                continue;
+            track.vp6Adjustment = step->unit.data[1];
+            track.width = std::max(track.width - (track.vp6Adjustment >> 4), 0);
+            track.height = std::max(track.height - (track.vp6Adjustment & 15), 0);
+            break;
+        }
     }
 }
 

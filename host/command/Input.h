@@ -61,6 +61,7 @@ class Input {
     void openAsDevice(const Plugin& plugin);
     void openStreams(const Plugin& plugin);
     void mendAudioConfiguration();
+    void trimVp6();
     void readIndex();
     [[noreturn]] void refuse() const;
     const StreamSeen* mainStream(TrackKind kind) const;

@@ -7,6 +7,7 @@
 
 #include "av/LoadAvModule.h"
 #include "command/Command.h"
+#include "command/Completeness.h"
 #include "command/Options.h"
 #include "command/SpanReader.h"
 #include "remux/Container.h"
@@ -28,7 +29,8 @@ constexpr char kDescription[] =
         "codec,\n"
         ".mov AVC, HEVC, AAC, MP3 and PCM, .mp4 and .ts these without PCM; other pairs are refused (exit "
         "code 2).\n"
-        "Times are kept to the millisecond; with --from, they count from the earliest sample written.";
+        "Times are exact to the millisecond, and count from the earliest sample unless --keep-times keeps "
+        "them.";
 
 class RemuxCommand : public Command {
   public:
@@ -46,6 +48,9 @@ class RemuxCommand : public Command {
     std::string mOutput;
     Span mSpan;
     bool mForce = false;
+    bool mKeepsTimes = false;
+    bool mAllowsMissing = false;
+    std::vector<uint64_t> mLeftOut;  // pictures of each track that recovery left out
 };
 
 CLI::App* RemuxCommand::addTo(CLI::App& program) {
@@ -53,7 +58,9 @@ CLI::App* RemuxCommand::addTo(CLI::App& program) {
     app->add_option("FILE", mLocation, "A file, an http(s) URL, or - for standard input")->required();
     app->add_option("OUT", mOutput, "The file to write, or - for standard output")->required();
     AddSpanOptions(app, &mSpan);
+    app->add_flag("--keep-times", mKeepsTimes, "Keep the input's times instead of counting from 0");
     app->add_flag("--force", mForce, "Replace a file that exists");
+    AddMissingOption(app, &mAllowsMissing);
     return app;
 }
 
@@ -99,12 +106,14 @@ void RemuxCommand::runInto(const Input& input, const Container& container, Remux
     std::iota(tracks.begin(), tracks.end(), size_t{0});
     SpanReader samples(input, tracks, mSpan);
     try {
-        remuxer->run([&]() { return samples.next(); }, container.format, mSpan.fromUs.has_value(), sink);
+        remuxer->run([&]() { return samples.next(); }, container.format, !mKeepsTimes, sink);
     } catch (const Failure& failure) {
         input.throwIfReadsFailed();
         throw Failure(failure.code(), fmt::format("{}: {}", input.name(), failure.what()));
     }
     input.throwIfReadsFailed();
+    for (size_t track : tracks)
+        mLeftOut.push_back(samples.leftOut(track));
 }
 
 void RemuxCommand::report(const Input& input, const Container& container, const Remuxer& remuxer,
@@ -114,7 +123,7 @@ void RemuxCommand::report(const Input& input, const Container& container, const 
         const TrackFormat& format = input.tracks()[i];
         const TrackSpan& span = remuxer.span(i);
         PrintOut("; {} {}, {}, {} s to {} s", format.kindName(), TraitsOf(format.codec).title,
-                 CountText(span.count(), "sample"), FormatSeconds(span.firstUs()),
+                 CountText(remuxer.written(i), "sample"), FormatSeconds(span.firstUs()),
                  FormatSeconds(span.lastUs()));
     }
     if (remuxer.shiftUs() != 0) PrintOut("; written {} s earlier", FormatSeconds(remuxer.shiftUs()));
@@ -122,12 +131,18 @@ void RemuxCommand::report(const Input& input, const Container& container, const 
 }
 
 ExitCode RemuxCommand::warn(const Input& input, const Remuxer& remuxer) const {
-    std::string remark = remuxer.remark();
-    if (!remark.empty()) Complain(fmt::format("{}: {}", input.name(), remark));
     int64_t endUs = mSpan.toUs ? std::min(*mSpan.toUs, input.durationUs()) : input.durationUs();
     size_t cutShort = 0;
+    ExitCode result = ExitCode::kDone;
+    Taken taken;
+    taken.isPart = mSpan.fromUs || mSpan.toUs;
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         const TrackSpan& span = remuxer.span(i);
+        std::string remark = remuxer.remark(i);
+        if (!remark.empty())
+            Complain(fmt::format("{}: the {} track: {}", input.name(), input.tracks()[i].kindName(), remark));
+        if (remuxer.written(i) < span.count()) result = ExitCode::kDamaged;
+        taken.tracks.push_back({i, span.count() + mLeftOut[i]});
         if (span.count() > 0 && !span.endsWellBefore(endUs)) continue;
         ++cutShort;
         std::string what = span.count() == 0
@@ -136,7 +151,8 @@ ExitCode RemuxCommand::warn(const Input& input, const Remuxer& remuxer) const {
                                                  FormatSeconds(span.lastUs()), FormatSeconds(endUs));
         Complain(fmt::format("{}: the {} track {}", input.name(), input.tracks()[i].kindName(), what));
     }
-    return cutShort == input.tracks().size() ? ExitCode::kDamaged : ExitCode::kDone;
+    result = Worse(result, TellMissing(input, taken, mAllowsMissing));
+    return cutShort == input.tracks().size() ? Worse(result, ExitCode::kDamaged) : result;
 }
 
 }  // namespace

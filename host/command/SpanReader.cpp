@@ -23,11 +23,19 @@ constexpr size_t kMostHeldBytes = 16 << 20;
 // What the option library gives for the flag alone, and what may be said.
 constexpr char kRecoverDecodable[] = "true", kRecoverAll[] = "all";
 
+// Pictures can begin only at a key frame, sound anywhere.
+size_t LeadingTrack(const Input& input, const std::vector<size_t>& tracks) {
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        if (input.tracks()[tracks[i]].kind == TrackKind::kVideo) return i;
+    }
+    return 0;
+}
+
 }  // namespace
 
 void AddSpanOptions(CLI::App* app, Span* span) {
     AddTimeOption(app, "--from", &span->fromUs,
-                  "Begin at the sample that a seek lands on; seconds or [h:]mm:ss.mmm");
+                  "Begin at the picture that a seek lands on, and sound with it; seconds or [h:]mm:ss.mmm");
     AddTimeOption(app, "--to", &span->toUs, "End each track with its last sample before this time");
     app->add_flag("--recover", span->recover,
                   "Go on after damage that ends a track early, and say what is lost; --recover=all also with "
@@ -52,7 +60,7 @@ SpanReader::SpanReader(const Input& input, const std::vector<size_t>& tracks, co
     : mInput(input),
       mSpan(span),
       mLeftOut(tracks.size()),
-      mSamples(openReaders(tracks), span.fromUs),
+      mSamples(openReaders(tracks), span.fromUs, LeadingTrack(input, tracks)),
       mProgress(input.name(), total()) {
     for (size_t track : tracks) {
         Codec codec = input.tracks()[track].codec;

@@ -49,18 +49,31 @@ void TrackReader::releaseBuffer() {
     mBuffer = nullptr;
 }
 
-Interleaver::Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs)
-    : mTracks(std::move(tracks)) {
-    for (TrackReader& track : mTracks)
-        mLives.push_back(startUs ? track.seek(*startUs) : track.next());
+Interleaver::Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs, size_t leading)
+    : mTracks(std::move(tracks)), mIsOpen(mTracks.size()) {
+    if (startUs && leading < mTracks.size()) {
+        mIsOpen[leading] = mTracks[leading].seek(*startUs);
+        if (mIsOpen[leading]) startUs = mTracks[leading].sample().timeUs;
+    }
+    for (size_t i = 0; i < mTracks.size(); ++i) {
+        if (!startUs) mIsOpen[i] = mTracks[i].next();
+        if (startUs && i != leading) mIsOpen[i] = seekTo(i, *startUs);
+    }
+}
+
+bool Interleaver::seekTo(size_t track, int64_t timeUs) {
+    bool isThere = mTracks[track].seek(timeUs);
+    while (isThere && mTracks[track].sample().timeUs < timeUs)
+        isThere = mTracks[track].next();
+    return isThere;
 }
 
 std::optional<Interleaver::Turn> Interleaver::next() {
-    if (mTaken && mLives[*mTaken]) mLives[*mTaken] = mTracks[*mTaken].next();
+    if (mTaken && mIsOpen[*mTaken]) mIsOpen[*mTaken] = mTracks[*mTaken].next();
     mTaken.reset();
     for (size_t i = 0; i < mTracks.size(); ++i) {
         bool isEarlier = !mTaken || mTracks[i].sample().timeUs < mTracks[*mTaken].sample().timeUs;
-        if (mLives[i] && isEarlier) mTaken = i;
+        if (mIsOpen[i] && isEarlier) mTaken = i;
     }
     if (!mTaken) return std::nullopt;
     return Turn{*mTaken, &mTracks[*mTaken].sample()};

@@ -40,8 +40,9 @@ class TrackReader {
 // ones the first. Holds one sample of each.
 class Interleaver {
   public:
-    // With startUs, every track begins where a seek to it lands.
-    Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs);
+    // With startUs, the leading track begins where a seek to it lands, and the others with their first sample
+    // from that sample's time on.
+    Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs, size_t leading = 0);
 
     // The track whose turn it is, with its sample; nothing at the end of all.
     struct Turn {
@@ -51,11 +52,13 @@ class Interleaver {
     std::optional<Turn> next();
 
     // Takes no more samples of a track.
-    void end(size_t track) { mLives[track] = false; }
+    void end(size_t track) { mIsOpen[track] = false; }
 
   private:
+    bool seekTo(size_t track, int64_t timeUs);
+
     std::vector<TrackReader> mTracks;
-    std::vector<bool> mLives;
+    std::vector<bool> mIsOpen;  // has a sample to give
     std::optional<size_t> mTaken;
 };
 

@@ -34,6 +34,8 @@ struct TrackFormat {
     std::string mime;
     int32_t width = 0;
     int32_t height = 0;
+    uint8_t vp6Adjustment =
+            0;  // what a decoder trims, already taken off: columns in the upper 4 bits, rows in the lower
     int32_t sampleRate = 0;  // Hz, as the container says; AAC's own may differ
     int32_t channelCount = 0;
     int64_t durationUs = 0;  // of the container; 0 when unknown

@@ -29,12 +29,15 @@ int64_t Distance(const std::vector<int64_t>& sorted, int64_t depth) {
 
 }  // namespace
 
+// Only the latest times so far can be after a sample's; no more of them are kept than pictures can wait.
 size_t ReorderDepth(const std::vector<int64_t>& times) {
     size_t depth = 0;
-    for (size_t i = 0; i < times.size(); ++i) {
-        auto later = std::count_if(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(i),
-                                   [&](int64_t before) { return before > times[i]; });
-        depth = std::max(depth, static_cast<size_t>(later));
+    std::vector<int64_t> latest;  // rising
+    for (int64_t timeUs : times) {
+        auto later = std::upper_bound(latest.begin(), latest.end(), timeUs);
+        depth = std::max(depth, static_cast<size_t>(latest.end() - later));
+        latest.insert(later, timeUs);
+        if (latest.size() > kDeepestReordering) latest.erase(latest.begin());
     }
     return depth;
 }

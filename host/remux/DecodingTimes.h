@@ -28,7 +28,8 @@ class DecodingTimes {
     std::priority_queue<int64_t, std::vector<int64_t>, std::greater<int64_t>> mPending;
 };
 
-// The depth that the samples show.
+// The depth that the samples show, as far as kDeepestReordering.
+constexpr size_t kDeepestReordering = 16;  // max_num_reorder_frames (H.264), sps_max_num_reorder_pics (H.265)
 size_t ReorderDepth(const std::vector<int64_t>& times);
 
 }  // namespace orvel

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "command/Options.h"
+#include "support/CountText.h"
 #include "support/Failure.h"
 
 namespace orvel {
@@ -18,13 +19,16 @@ constexpr size_t kSamplesToLearnFrom = 64;
 // A jump in a file's times is not the length of a sample.
 constexpr int64_t kLongestDurationUs = 10000000;
 
+constexpr char kTransportStream[] = "mpegts";
+
 }  // namespace
 
 Remuxer::Remuxer(const Input& input, const AvModule& module) : mModule(module) {
     for (size_t i = 0; i < input.tracks().size(); ++i) {
         const TrackFormat& format = input.tracks()[i];
         bool reorders = format.codec == Codec::kAvc || format.codec == Codec::kHevc;
-        mTracks.push_back({StreamForm(format, GuessPcmBits(input, i)), reorders, {}, {}, {0, {}}, {}, {}});
+        mTracks.push_back(
+                {StreamForm(format, GuessPcmBits(input, i)), reorders, {}, {}, {0, {}}, {}, {}, {}});
     }
 }
 
@@ -33,6 +37,7 @@ void Remuxer::run(const SampleFeed& feed, const std::string& format, bool fromZe
     if (mHeld.empty()) throw Failure(ExitCode::kDamaged, "no samples");
     auto isEarlier = [](const HeldSample& a, const HeldSample& b) { return a.timeUs < b.timeUs; };
     if (fromZero) mShiftUs = std::min_element(mHeld.begin(), mHeld.end(), isEarlier)->timeUs;
+    mRepeatsParameterSets = format == kTransportStream;
     std::unique_ptr<Muxer> muxer = openMuxer(format, sink);
     for (const HeldSample& held : mHeld)
         write(*muxer, held.track, {held.timeUs, held.isSync, held.bytes});
@@ -43,7 +48,8 @@ void Remuxer::run(const SampleFeed& feed, const std::string& format, bool fromZe
         hasEnded = !turn;
     }
     muxer->finish();
-    mLosses = muxer->losses();
+    for (size_t i = 0; i < mTracks.size(); ++i)
+        mTracks[i].losses = muxer->losses(i);
 }
 
 bool Remuxer::hold(const SampleFeed& feed) {
@@ -103,19 +109,20 @@ void Remuxer::write(Muxer& muxer, size_t index, const AccessUnit& sample) {
     track.lastDecodingTimeUs = out.decodingTimeUs;
     out.isSync = sample.isSync;
     out.bytes = track.form.convert(sample.bytes);
+    if (mRepeatsParameterSets && sample.isSync) out.bytes = track.form.withParameterSets(out.bytes);
     muxer.write(out);
 }
 
-std::string Remuxer::remark() const {
+std::string Remuxer::remark(size_t track) const {
+    const Muxer::Losses& losses = mTracks[track].losses;
     std::string remark;
-    if (mLosses.moved > 0) {
-        remark = fmt::format(
-                "the times of {} samples go back and were moved to where the ones before them end",
-                mLosses.moved);
+    if (losses.moved > 0) {
+        remark = fmt::format("the times of {} go back and were moved to where the ones before them end",
+                             CountText(losses.moved, "sample"));
     }
-    if (mLosses.leftOut > 0) {
-        remark += fmt::format("{}{} samples, which the container cannot hold, were left out",
-                              remark.empty() ? "" : "; ", mLosses.leftOut);
+    if (losses.leftOut > 0) {
+        remark += fmt::format("{}{}, which the container cannot hold, left out", remark.empty() ? "" : "; ",
+                              CountText(losses.leftOut, "damaged sample"));
     }
     return remark;
 }

@@ -23,14 +23,15 @@ class Remuxer {
     Remuxer(const Input& input, const AvModule& module);
 
     // Takes the feed to its end. Times are kept, or, with fromZero, all put back by the earliest of the first
-    // ones, so that a part cut out of a file does not begin with a pause. Throws Failure (kDamaged) when
-    // there are no samples.
+    // ones, so that what was cut out of a recording does not begin with a pause. Throws Failure (kDamaged)
+    // when there are no samples.
     void run(const SampleFeed& feed, const std::string& format, bool fromZero, ByteSink& sink);
 
-    const TrackSpan& span(size_t track) const { return mTracks[track].span; }
+    const TrackSpan& span(size_t track) const { return mTracks[track].span; }  // of what was read
+    uint64_t written(size_t track) const { return span(track).count() - mTracks[track].losses.leftOut; }
     int64_t shiftUs() const { return mShiftUs; }
-    // What was not kept as it was, as a clause; empty when all was.
-    std::string remark() const;
+    // What of a track was not kept as it was, as a clause; empty when all was.
+    std::string remark(size_t track) const;
 
   private:
     struct Track {
@@ -41,6 +42,7 @@ class Remuxer {
         DecodingTimes decodingTimes;
         std::optional<int64_t> lastDecodingTimeUs;
         TrackSpan span;
+        Muxer::Losses losses;
     };
     struct HeldSample {
         size_t track;
@@ -61,7 +63,7 @@ class Remuxer {
     std::vector<HeldSample> mHeld;
     size_t mHeldBytes = 0;
     int64_t mShiftUs = 0;
-    Muxer::Losses mLosses;
+    bool mRepeatsParameterSets = false;
 };
 
 }  // namespace orvel

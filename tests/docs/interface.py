@@ -51,7 +51,7 @@ def check_options(shells, command, wanted):
     long = {name for name in wanted if name.startswith("--")}
     expect(f"bash, {command}", bash(command, "-"), long)
     if "zsh" in shells:
-        specs = [re.match(r"(?:\([^)]*\))?\*?(--?[a-z]\w*)", spec) for spec in zsh("argument", command)]
+        specs = [re.match(r"(?:\([^)]*\))?\*?(--[a-z](?:-?\w)*|-[a-z])", spec) for spec in zsh("argument", command)]
         expect(f"zsh, {command}", [spec[1] for spec in specs if spec], wanted)
     if "fish" in shells:
         expect(f"fish, {command}", fish(f"orvel-flv {command} -") + fish(f"orvel-flv {command} --"), wanted)

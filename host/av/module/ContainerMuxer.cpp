@@ -2,6 +2,7 @@
 #include "ContainerMuxer.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "Errors.h"
 #include "Parameters.h"
@@ -12,15 +13,18 @@ namespace {
 constexpr AVRational kMicroseconds = {1, 1000000};
 constexpr AVRational kMilliseconds = {1, 1000};
 
-// Where the libraries' defaults cost milliseconds: a transport stream's times are moved, and only a packet
-// header of its own gives a sample a time of its own; MP4 rounds a track's start down to the movie's unit.
+// How long a transport stream may hold back sound to fill its packets: what ffmpeg takes. Without it each frame has
+// packets of its own, and a file of sound is twice as large.
+constexpr int kMuxerDelay = 7 * AV_TIME_BASE / 10;
+
+// Where the libraries' defaults cost milliseconds: a transport stream's times are moved, and MP4 rounds a
+// track's start down to the movie's unit.
 constexpr struct {
     const char* format;
     const char* option;
     const char* value;
 } kOptions[] = {
         {"mpegts", "mpegts_copyts", "1"},
-        {"mpegts", "pes_payload_size", "0"},
         {"mp4", "movie_timescale", "90000"},
         {"mov", "movie_timescale", "90000"},
 };
@@ -37,9 +41,12 @@ ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxT
     : mStream(sink),
       mContext(MakeContext(format)),
       mPacket(CheckAllocated(av_packet_alloc())),
-      mLastDecodingTimes(tracks.size(), AV_NOPTS_VALUE) {
+      mLastDecodingTimes(tracks.size(), AV_NOPTS_VALUE),
+      mGiven(tracks.size()),
+      mLosses(tracks.size()) {
     mContext->pb = mStream.get();
     mContext->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
+    mContext->max_delay = kMuxerDelay;
     for (const MuxTrack& track : tracks)
         addStream(track);
     writeHeader(format);
@@ -74,7 +81,7 @@ void ContainerMuxer::write(const MuxSample& sample) {
     mPacket->stream_index = static_cast<int>(sample.track);
     if (sample.isSync) mPacket->flags |= AV_PKT_FLAG_KEY;
     setTimes(sample, mPacket.get());
-    ++mGiven;
+    ++mGiven[sample.track];
     writeInterleaved(mPacket.get());
 }
 
@@ -83,7 +90,6 @@ bool ContainerMuxer::writeInterleaved(AVPacket* packet) {
     int result = av_interleaved_write_frame(mContext.get(), packet);
     mStream.rethrow();
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
-    if (result < 0) ++mLosses.leftOut;
     return result >= 0;
 }
 
@@ -99,16 +105,19 @@ void ContainerMuxer::setTimes(const MuxSample& sample, AVPacket* packet) {
     packet->pts = std::max(wanted, packet->dts);
     packet->duration = av_rescale_q(sample.durationUs, kMicroseconds, unit);
     last = packet->dts;
-    if (av_rescale_q(packet->pts - wanted, unit, kMilliseconds) >= 1) ++mLosses.moved;
+    if (av_rescale_q(packet->pts - wanted, unit, kMilliseconds) >= 1) ++mLosses[sample.track].moved;
 }
 
 void ContainerMuxer::finish() {
     // Each refusal takes one sample away; no more than were given can be left.
-    for (uint64_t most = mGiven; most > 0 && !writeInterleaved(nullptr); --most) {
+    for (uint64_t most = std::accumulate(mGiven.begin(), mGiven.end(), uint64_t{0});
+         most > 0 && !writeInterleaved(nullptr); --most) {
     }
     check(av_write_trailer(mContext.get()), ExitCode::kInputOutput, "ending the container");
     avio_flush(mContext->pb);
     mStream.rethrow();
+    for (size_t i = 0; i < mGiven.size(); ++i)
+        mLosses[i].leftOut = mGiven[i] - static_cast<uint64_t>(mContext->streams[i]->nb_frames);
 }
 
 void ContainerMuxer::check(int result, ExitCode code, const char* what) {

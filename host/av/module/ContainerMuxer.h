@@ -12,7 +12,7 @@ class ContainerMuxer : public Muxer {
     ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, ByteSink& sink);
     void write(const MuxSample& sample) override;
     void finish() override;
-    Losses losses() const override { return mLosses; }
+    Losses losses(size_t track) const override { return mLosses[track]; }
 
   private:
     void addStream(const MuxTrack& track);
@@ -25,8 +25,8 @@ class ContainerMuxer : public Muxer {
     FormatPointer mContext;
     PacketPointer mPacket;
     std::vector<int64_t> mLastDecodingTimes;  // in each stream's own units
-    uint64_t mGiven = 0;
-    Losses mLosses;
+    std::vector<uint64_t> mGiven;             // samples of each track
+    std::vector<Losses> mLosses;
 };
 
 }  // namespace orvel

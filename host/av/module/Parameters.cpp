@@ -85,7 +85,7 @@ void FillPacket(ByteSpan bytes, AVPacket* packet) {
         throw Failure(ExitCode::kDamaged, "a sample is too large");
     }
     CheckAv(av_new_packet(packet, static_cast<int>(bytes.size)), "packet");
-    memcpy(packet->data, bytes.data, bytes.size);
+    if (bytes.size > 0) memcpy(packet->data, bytes.data, bytes.size);
 }
 
 }  // namespace orvel

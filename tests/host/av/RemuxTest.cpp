@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+
 #include "AvFixture.h"
 
 namespace orvel {
@@ -8,7 +11,31 @@ using testing::HasSubstr;
 
 const std::string kData = ORVEL_SOURCE_DIR "/tests/data/";
 
-class RemuxTest : public AvTest {};
+class RemuxTest : public AvTest {
+  protected:
+    static bool areNear(const std::string& left, const std::string& right, double slackMs) {
+        std::istringstream a(left), b(right);
+        for (double x, y; a >> x && b >> y;) {
+            if (std::abs(x - y) * 1000 > slackMs) return false;
+        }
+        return std::count(left.begin(), left.end(), '\n') == std::count(right.begin(), right.end(), '\n');
+    }
+};
+
+// Access units that begin with a delimiter, as cameras send them.
+TEST_F(RemuxTest, TransportStreamsDecodeAndAreNoLargerThanOthers) {
+    const std::string plain = kIndexed, sound = kData + "aac_only.flv";
+    shell("ffmpeg -v error -i " + plain + " -c copy -bsf:v h264_metadata=aud=insert aud.flv");
+    for (const std::string& input : {plain, std::string("aud.flv"), sound}) {
+        ASSERT_EQ(0, run("remux --force " + input + " out.ts").code);
+        if (input != sound) {
+            EXPECT_EQ(frames(plain, "v"), frames("out.ts", "v")) << input;
+        }
+        EXPECT_EQ(frames(sound == input ? sound : plain, "a"), frames("out.ts", "a")) << input;
+        shell("ffmpeg -y -v error -i " + input + " -c copy peer.ts");
+        EXPECT_LE(read("out.ts").size(), read("peer.ts").size() * 102 / 100) << input;
+    }
+}
 
 TEST_F(RemuxTest, DecodesAsTheInputDoesAtTheSameTimes) {
     const std::string cases[][3] = {{kIndexed, "mkv mp4 mov ts", "va"},
@@ -19,12 +46,15 @@ TEST_F(RemuxTest, DecodesAsTheInputDoesAtTheSameTimes) {
     for (const auto& [input, targets, streams] : cases) {
         std::istringstream list(targets);
         for (std::string target; list >> target;) {
-            Outcome outcome = run("remux --force " + input + " out." + target);
+            Outcome outcome = run("remux --keep-times --force " + input + " out." + target);
             ASSERT_EQ("0", std::to_string(outcome.code) + outcome.err);
             for (char letter : streams) {
                 const std::string stream(1, letter);
                 EXPECT_EQ(frames(input, stream), frames("out." + target, stream)) << outcome.out;
-                EXPECT_EQ(times(input, stream), times("out." + target, stream)) << outcome.out;
+                // In a transport stream several sound samples share a time, and readers reckon the others'.
+                const double slackMs = target == "ts" && letter == 'a' ? 1.1 : 0.1;
+                EXPECT_TRUE(areNear(times(input, stream), times("out." + target, stream), slackMs))
+                        << outcome.out;
             }
         }
     }
@@ -36,15 +66,15 @@ TEST_F(RemuxTest, HevcDecodesAsItsElementaryStream) {
     ASSERT_EQ(0, run("extract --timestamps " + input).code);
     Outcome stamps = shell("awk '/^[0-9]/ {printf \"%.3f\\n\", $1 / 1000}' hevc_aac.h265.timestamps.txt");
     for (const char* target : {"out.mkv", "out.mp4", "out.mov", "out.ts"}) {
-        ASSERT_EQ(0, run("remux " + input + " " + target).code);
+        ASSERT_EQ(0, run("remux --keep-times " + input + " " + target).code);
         EXPECT_EQ(frames("hevc_aac.h265", "v"), frames(target, "v")) << target;
         EXPECT_EQ(stamps.out, times(target, "v")) << target;
     }
 }
 
-// Pictures of 27x13, in blocks of 16: the tag's adjustment byte, which trims them, does not pass the plug-in,
-// nor does what tells the colour picture from the transparency behind it.
-TEST_F(RemuxTest, Vp6KeepsItsColourPictureInWholeBlocks) {
+// Pictures of 27x13, in blocks of 16 that the tag's adjustment byte trims; of those with transparency the
+// colour.
+TEST_F(RemuxTest, Vp6IsTrimmedToItsSize) {
     for (bool hasAlpha : {false, true}) {
         FlvBuilder file;
         for (uint32_t i = 0; i < 3; ++i) {
@@ -58,7 +88,7 @@ TEST_F(RemuxTest, Vp6KeepsItsColourPictureInWholeBlocks) {
         write("a.flv", file.Finish());
         Outcome outcome = run("remux --force a.flv a.mkv");
         EXPECT_EQ("0", std::to_string(outcome.code) + outcome.err);
-        EXPECT_EQ("vp6f,32,16\n", shell("ffprobe -v error -show_entries stream=codec_name,width,height "
+        EXPECT_EQ("vp6f,27,13\n", shell("ffprobe -v error -show_entries stream=codec_name,width,height "
                                         "-of csv=p=0 a.mkv")
                                           .out);
         EXPECT_EQ(frames("a.flv", "v", "-vf format=yuv420p"),
@@ -103,7 +133,7 @@ TEST_F(RemuxTest, PipesAndEndsQuietly) {
 
 TEST_F(RemuxTest, PartCountsFromItsEarliestSample) {
     ASSERT_EQ(0, run("remux --from 0:05.9 --to 8 " + kIndexed + " part.mp4").code);
-    EXPECT_EQ("0.077\n74\n",
+    EXPECT_EQ("0.000\n74\n",
               shell("echo '" + times("part.mp4", "v") + "' | sed '/./!d' | sed -n '1p;$='").out);
 }
 
@@ -112,7 +142,7 @@ TEST_F(RemuxTest, RecoversBehindDamage) {
     for (size_t i = damaged.size() / 2; i < damaged.size() / 2 + 65536; ++i)
         damaged[i] = static_cast<uint8_t>(i * 37);
     write("damaged.flv", damaged);
-    Outcome recovered = run("remux --recover damaged.flv long.mkv");
+    Outcome recovered = run("remux --recover --keep-times damaged.flv long.mkv");
     EXPECT_EQ(0, recovered.code);
     EXPECT_THAT(recovered.err, HasSubstr("pictures from 9.520 s to 10.000 s are left out"));
     EXPECT_THAT(times("long.mkv", "v"), testing::EndsWith("13.960\n14.000\n14.040\n"));

@@ -86,8 +86,10 @@ TEST_F(ExtractTest, WarnsOfATrackThatEndsEarly) {
     EXPECT_EQ(1, halved.code);
     EXPECT_THAT(halved.err, HasSubstr("halved.flv: the video track ends at 2.983 s, well before 6.050 s"));
     EXPECT_THAT(halved.err, HasSubstr("halved.flv: the audio track ends at 2.978 s"));
-    EXPECT_EQ(0, uneven.code);
-    EXPECT_THAT(uneven.err, testing::MatchesRegex("[^\n]*the audio track ends at 2.978 s[^\n]*\n"));
+    EXPECT_EQ(4, uneven.code);
+    EXPECT_EQ(0, run("extract --force --allow-missing uneven.flv").code);
+    EXPECT_THAT(uneven.err, testing::MatchesRegex("[^\n]*the audio track ends at 2.978 s[^\n]*\n"
+                                                  "[^\n]*left out: script data[^\n]*, 117 tags[^\n]*\n"));
 }
 
 TEST_F(ExtractTest, InfiniteDurationIsNone) {

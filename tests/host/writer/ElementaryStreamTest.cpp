@@ -30,7 +30,7 @@ TEST(Adts, Header) {
     EXPECT_THAT(MakeAdtsHeader(config, 4097), ElementsAre(0xff, 0xf1, 0x1d, 0x82, 0x01, 0x1f, 0xfc));
 }
 
-TEST(AnnexB, ConvertsUnitsUpToADamagedLength) {
+TEST(AnnexB, KeepsWhatFollowsADamagedLength) {
     struct Case {
         size_t lengthSize, left;
         Bytes sample, converted;
@@ -38,9 +38,9 @@ TEST(AnnexB, ConvertsUnitsUpToADamagedLength) {
     const Case cases[] = {{4, 0, {0, 0, 0, 2, 0x65, 9, 0, 0, 0, 1, 7}, {0, 0, 0, 1, 0x65, 9, 0, 0, 0, 1, 7}},
                           {4, 0, {0, 0, 0, 1, 0x65, 0, 0, 0, 9}, {0, 0, 0, 1, 0x65, 0, 0, 0, 9}},
                           {2, 0, {0, 2, 0x65, 9, 0, 0, 0, 1, 0x41}, {0, 0, 0, 1, 0x65, 9, 0, 0, 0, 1, 0x41}},
-                          {4, 6, {0, 0, 0, 2, 7, 8, 0, 0, 0, 3, 5, 6}, {0, 0, 0, 1, 7, 8}},
+                          {4, 6, {0, 0, 0, 2, 7, 8, 0, 0, 0, 3, 5, 6}, {0, 0, 0, 1, 7, 8, 0, 0, 0, 1, 5, 6}},
                           {4, 2, {0, 0, 0, 2, 7, 8, 0, 0}, {0, 0, 0, 1, 7, 8}},
-                          {4, 5, {0xff, 0xff, 0xff, 0xff, 5}, {}}};
+                          {4, 5, {0xff, 0xff, 0xff, 0xff, 5}, {0, 0, 0, 1, 5}}};
     for (const Case& c : cases) {
         Bytes out;
         EXPECT_EQ(c.left, AppendAnnexB(c.sample, c.lengthSize, &out)) << testing::PrintToString(c.sample);
