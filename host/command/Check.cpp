@@ -54,9 +54,9 @@ const char* ColourOf(Severity severity) {
 std::string FindingLine(const Finding& finding) {
     const KindTraits& traits = TraitsOf(finding.kind);
     bool hasColours = HasColours();
-    return fmt::format("  {}{}{} {} at byte {}: {}\n", hasColours ? ColourOf(traits.severity) : "",
+    return fmt::format("  {}{}{} {} at byte {}: {} -> {}\n", hasColours ? ColourOf(traits.severity) : "",
                        NameOf(traits.severity), hasColours ? "\x1b[0m" : "", traits.code, finding.offset,
-                       EscapeControls(finding.text));
+                       EscapeControls(finding.text), traits.advice);
 }
 
 Json StreamJson(const StreamSeen& stream) {
@@ -75,10 +75,9 @@ Json StreamJson(const StreamSeen& stream) {
 
 Json FindingJson(const Finding& finding) {
     const KindTraits& traits = TraitsOf(finding.kind);
-    return {{"code", traits.code},
-            {"severity", NameOf(traits.severity)},
-            {"offset", finding.offset},
-            {"text", finding.text}};
+    return {{"code", traits.code},      {"severity", NameOf(traits.severity)},
+            {"offset", finding.offset}, {"text", finding.text},
+            {"count", finding.times},   {"advice", traits.advice}};
 }
 
 class CheckCommand : public Command {
@@ -110,7 +109,7 @@ CLI::App* CheckCommand::addTo(CLI::App& program) {
 ExitCode CheckCommand::run(Session& session) {
     if (mListsCodes) {
         for (const KindTraits& row : AllKinds())
-            PrintOut("{:<20} {:<8} {}\n", row.code, NameOf(row.severity), row.meaning);
+            PrintOut("{:<20} {:<8} {} -> {}\n", row.code, NameOf(row.severity), row.meaning, row.advice);
         return ExitCode::kDone;
     }
     if (mLocations.empty()) throw Failure(ExitCode::kUsage, "check: FILE is required");
@@ -154,9 +153,10 @@ void CheckCommand::showText(const std::string& name, const Inspection& report) c
     for (const Finding& finding : report.findings.shown())
         WriteOut(FindingLine(finding));
     for (const auto& [kind, count] : report.findings.counts()) {
-        if (count <= Findings::kMostShown) continue;
+        uint64_t shown = report.findings.shownOf(kind);
+        if (count == shown) continue;
         PrintOut("  {} {}: {} more like these\n", NameOf(TraitsOf(kind).severity), TraitsOf(kind).code,
-                 count - Findings::kMostShown);
+                 count - shown);
     }
 }
 

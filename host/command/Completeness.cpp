@@ -32,9 +32,9 @@ ExitCode TellDamage(const Input& input) {
                              finding.text));
     }
     for (const auto& [kind, count] : findings.counts()) {
-        if (!IsDamage(kind) || count <= Findings::kMostShown) continue;
-        Complain(fmt::format("{}: {}: {} more like these (orvel-flv check lists the kinds)", input.name(),
-                             TraitsOf(kind).code, count - Findings::kMostShown));
+        uint64_t shown = findings.shownOf(kind);
+        if (!IsDamage(kind) || count == shown) continue;
+        Complain(fmt::format("{}: {}: {} more like these", input.name(), TraitsOf(kind).code, count - shown));
     }
     return isDamaged && !input.recovers() ? ExitCode::kDamaged : ExitCode::kDone;
 }
@@ -49,7 +49,7 @@ bool IsTaken(const Input& input, const Taken& taken, const StreamSeen& stream) {
 ExitCode TellStreams(const Input& input, const Taken& taken) {
     ExitCode result = ExitCode::kDone;
     for (const StreamSeen& stream : input.inspection().streams) {
-        if (stream.samples == 0 || IsTaken(input, taken, stream)) continue;
+        if (IsTaken(input, taken, stream)) continue;
         result = ExitCode::kIncomplete;
         Complain(fmt::format(
                 "{}: left out: {} {}, {}, {}: {}", input.name(), stream.kindName(), CodecName(stream.header),

@@ -16,6 +16,7 @@ constexpr uint8_t kOtherHevc = 12, kAv1 = 13;  // as several writers have them, 
 constexpr uint8_t kCommandFrame = 5;
 constexpr uint8_t kPacketConfiguration = 0, kPacketFrames = 1, kPacketEnd = 2, kPacketMetadata = 4,
                   kAudioChannels = 4;
+constexpr uint8_t kVideoMultitrack = 6, kAudioMultitrack = 5;
 constexpr uint8_t kVp6 = 4, kVp6Alpha = 5;
 constexpr uint32_t kClassicHeaderSize = 1, kEnhancedHeaderSize = 5, kPacketTypeSize = 1,
                    kCompositionTimeSize = 3, kVp6AdjustmentSize = 1, kVp6AlphaOffsetSize = 3;
@@ -101,10 +102,17 @@ uint32_t CompositionTime(const uint8_t* bytes) {
     return value < kCompositionTimeSign ? value : 0;
 }
 
-void ReadEnhancedVideo(const TagUnit& unit, StreamHeader* header) {
+// The packet type and the FourCC; of tags with several streams those of the first one.
+void ReadEnhanced(const TagUnit& unit, uint8_t multitrackType, StreamHeader* header) {
     header->packetType = unit.data[0] & 15;
-    header->codec = android::U32_AT(&unit.data[1]);
-    header->size = kEnhancedHeaderSize;
+    header->isMultitrack = header->packetType == multitrackType;
+    if (header->isMultitrack) header->packetType = unit.data[1] & 15;
+    header->codec = android::U32_AT(&unit.data[header->isMultitrack ? 2 : 1]);
+    header->size = kEnhancedHeaderSize + (header->isMultitrack ? 1 : 0);
+}
+
+void ReadEnhancedVideo(const TagUnit& unit, StreamHeader* header) {
+    ReadEnhanced(unit, kVideoMultitrack, header);
     header->isConfiguration = header->packetType == kPacketConfiguration;
     header->isOther = header->packetType == kPacketEnd || header->packetType == kPacketMetadata;
     std::string fourCc = FourCcText(header->codec);
@@ -142,10 +150,11 @@ StreamHeader ReadAudio(const TagUnit& unit) {
     header.kind = TrackKind::kAudio;
     uint8_t format = unit.data[0] >> 4;
     header.isEnhanced = format == kEnhancedAudio;
-    header.codec = header.isEnhanced ? android::U32_AT(&unit.data[1]) : format;
-    header.size = header.isEnhanced ? kEnhancedHeaderSize : kClassicHeaderSize;
+    header.codec = format;
+    header.size = kClassicHeaderSize;
     if (!header.isEnhanced && format != kAac) return header;
-    header.packetType = header.isEnhanced ? unit.data[0] & 15 : unit.data[1];
+    header.packetType = unit.data[1];
+    if (header.isEnhanced) ReadEnhanced(unit, kAudioMultitrack, &header);
     header.isConfiguration = header.packetType == kPacketConfiguration;
     header.isOther = header.isEnhanced
                              ? header.packetType == kPacketEnd || header.packetType == kAudioChannels
@@ -162,12 +171,16 @@ StreamHeader ReadStreamHeader(const TagUnit& unit) {
     return header;
 }
 
+bool IsKnownCodec(const StreamHeader& header) {
+    return header.isEnhanced || Find(header) != nullptr;
+}
+
 std::string CodecName(const StreamHeader& header) {
     if (const CodecRow* row = Find(header)) return row->name;
     if (!header.isEnhanced) return fmt::format("unknown codec {}", header.codec);
     const FourCcRow* row = FindFourCc(header);
-    return fmt::format("{} (FourCC {})", row != nullptr ? row->name : "unknown codec",
-                       FourCcText(header.codec));
+    return fmt::format("{}{} (FourCC {})", header.isMultitrack ? "multitrack " : "",
+                       row != nullptr ? row->name : "unknown codec", FourCcText(header.codec));
 }
 
 const char* ShortCodecName(const StreamHeader& header) {

@@ -18,6 +18,7 @@ struct StreamHeader {
     uint8_t packetType = 0;        // of codecs that have one
     bool isConfiguration = false;  // of the codec: no sample
     bool isCommand = false;        // carries no picture
+    bool isMultitrack = false;     // several streams in one tag, of Enhanced RTMP
     bool isOther = false;          // no sample either, such as the end of a sequence
     uint32_t size = 0;             // of the header; the payload is the rest of the tag's data
     uint32_t compositionMs = 0;    // from the tag's time to the presentation time; 0 where it is negative
@@ -30,6 +31,9 @@ struct StreamHeader {
     }
 };
 StreamHeader ReadStreamHeader(const TagUnit& unit);
+
+// Whether FLV has such a codec; always for those named by a FourCC.
+bool IsKnownCodec(const StreamHeader& header);
 
 // The codec's standard name, also of codecs that the plug-in has no track for.
 std::string CodecName(const StreamHeader& header);

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "flv/FileHeader.h"
 #include "flv/RunningClock.h"
 #include "flv/TagWalk.h"
+#include "inspect/StreamChecks.h"
 #include "source/CountingSource.h"
 #include "source/OpenSource.h"
 #include "support/CountText.h"
@@ -37,10 +39,14 @@ std::string Number(double value, int digits) {
     return std::abs(value) < 1e12 ? fmt::format("{:.{}f}", value, digits) : fmt::format("{:.3g}", value);
 }
 
-class Walk {
+class FileChecker {
   public:
-    Walk(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress)
-        : mChain(source, size), mClock(mChain), mProgress(progress) {
+    FileChecker(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress)
+        : mChain(source, size),
+          mClock(mChain),
+          mProgress(progress),
+          mStreamChecks{StreamChecks(TrackKind::kVideo, mChain, mReport.findings),
+                        StreamChecks(TrackKind::kAudio, mChain, mReport.findings)} {
         mReport.size = size;
         mReport.timeline.begin(size);
     }
@@ -50,6 +56,7 @@ class Walk {
     bool readHeader();
     void walkTags();
     void checkPreviousSize(const TagUnit& unit);
+    void tellPreviousSize(int64_t slot, uint32_t found);
     void tellState(const WalkStep& step);
     void tellDamage(const WalkStep& damage);
     void tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, const char* stream);
@@ -57,7 +64,9 @@ class Walk {
     void lookAtStream(const TagUnit& unit);
     void lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream);
     void lookAtScript(const TagUnit& unit);
+    void lookAtSample(const TagUnit& unit, const StreamHeader& header, int64_t timeMs, StreamSeen* stream);
     StreamSeen* findStream(const StreamHeader& header, int64_t offset);
+    void tellCodecs();
     void finish();
     void checkEnd();
     void checkFlags();
@@ -79,9 +88,12 @@ class Walk {
     std::optional<uint32_t> mPreviousSize;
     std::optional<Timeline::Gap> mOpenGap;
     int64_t mMetadataOffset = 0;
+    bool mHasPictures = false;
+    bool mIsCut = false;                        // the tag looked at
+    std::array<StreamChecks, 2> mStreamChecks;  // of video and audio
 };
 
-Inspection Walk::run() {
+Inspection FileChecker::run() {
     if (readHeader()) {
         walkTags();
         finish();
@@ -89,7 +101,7 @@ Inspection Walk::run() {
     return std::move(mReport);
 }
 
-bool Walk::readHeader() {
+bool FileChecker::readHeader() {
     FileHeader header = ReadFileHeader(mChain.source());
     if (!header.error.empty()) {
         add(Kind::kNotFlv, header.errorOffset, "{}", header.error);
@@ -103,7 +115,7 @@ bool Walk::readHeader() {
     return true;
 }
 
-void Walk::walkTags() {
+void FileChecker::walkTags() {
     TagWalk walk(mChain, mSlot);
     while (std::optional<WalkStep> step = walk.next()) {
         if (!step->isTag()) {
@@ -114,22 +126,31 @@ void Walk::walkTags() {
         mProgress(unit.slot);
         checkPreviousSize(unit);
         tellState(*step);
+        mIsCut = step->kind == WalkStep::Kind::kCutTag;
         if (unit.dataSize > 0) look(unit);
         mPreviousSize = kTagHeaderSize + unit.dataSize;
-        if (step->kind == WalkStep::Kind::kCutTag) mPreviousSize.reset();
+        if (mIsCut) mPreviousSize.reset();
     }
     mSlot = walk.end();
     checkEnd();
+    for (StreamChecks& checks : mStreamChecks)
+        checks.finish();
+    tellCodecs();
 }
 
-void Walk::checkPreviousSize(const TagUnit& unit) {
-    uint32_t expected = mPreviousSize.value_or(unit.previousTagSize);
-    if (unit.previousTagSize == expected) return;
-    add(Kind::kPreviousTagSize, unit.slot, "PreviousTagSize is {}, and should be {}", unit.previousTagSize,
-        expected);
+void FileChecker::checkPreviousSize(const TagUnit& unit) {
+    if (mPreviousSize && unit.previousTagSize != *mPreviousSize)
+        tellPreviousSize(unit.slot, unit.previousTagSize);
 }
 
-void Walk::tellState(const WalkStep& step) {
+void FileChecker::tellPreviousSize(int64_t slot, uint32_t found) {
+    mReport.findings.addCaused(
+            Kind::kPreviousTagSize, slot,
+            fmt::format("PreviousTagSize is {}, and should be {}", found, *mPreviousSize),
+            found == 0 ? "always 0" : fmt::format("off by {:+}", int64_t{found} - *mPreviousSize));
+}
+
+void FileChecker::tellState(const WalkStep& step) {
     const TagUnit& unit = step.unit;
     std::string declared = CountText(step.declaredSize, "byte");
     if (step.kind == WalkStep::Kind::kEmptyTag) {
@@ -140,20 +161,28 @@ void Walk::tellState(const WalkStep& step) {
         add(Kind::kTruncatedTag, unit.offset(), "a tag of {}, of which {} are there", declared,
             unit.dataSize);
     } else if (step.declaredSize != unit.dataSize) {
-        add(Kind::kTagSize, unit.offset(), "the tag's size says {}, and the next tag shows that it has {}",
-            declared, unit.dataSize);
+        mReport.findings.addCaused(
+                Kind::kTagSize, unit.offset(),
+                fmt::format("the tag's size says {}, and the next tag shows that it has {}", declared,
+                            unit.dataSize),
+                fmt::format("off by {:+}", int64_t{step.declaredSize} - unit.dataSize));
     }
 }
 
-void Walk::tellDamage(const WalkStep& damage) {
+void FileChecker::tellDamage(const WalkStep& damage) {
     int64_t size = damage.to - damage.from;
     bool isHole = damage.zeros > size / 2;
     std::string zeros =
             isHole && damage.zeros < size ? fmt::format(", the first {} of them zero", damage.zeros) : "";
-    add(isHole ? Kind::kZeros : Kind::kGarbage, damage.from, "{} {}{}{}", CountText(size, "byte"),
-        isHole && zeros.empty() ? (size == 1 ? "is zero" : "are zero")
-                                : (size == 1 ? "is not a tag" : "are not tags"),
-        zeros, damage.endsFile ? "; no tag follows" : fmt::format("; tags resume at {}", damage.to));
+    std::string bytes = CountText(size, "byte");
+    mReport.findings.addCaused(
+            isHole ? Kind::kZeros : Kind::kGarbage, damage.from,
+            fmt::format("{} {}{}{}", bytes,
+                        isHole && zeros.empty() ? (size == 1 ? "is zero" : "are zero")
+                                                : (size == 1 ? "is not a tag" : "are not tags"),
+                        zeros,
+                        damage.endsFile ? "; no tag follows" : fmt::format("; tags resume at {}", damage.to)),
+            "of " + bytes);
     mReport.timeline.addBytes(Timeline::kDamage, damage.from, damage.to);
     int64_t before =
             std::max(mReport.timeline.lastMs(TrackKind::kVideo), mReport.timeline.lastMs(TrackKind::kAudio));
@@ -163,7 +192,7 @@ void Walk::tellDamage(const WalkStep& damage) {
     if (damage.endsFile) mReport.timeline.addGap(*std::exchange(mOpenGap, std::nullopt));
 }
 
-void Walk::look(const TagUnit& unit) {
+void FileChecker::look(const TagUnit& unit) {
     ++mReport.tags;
     bool isVideo = unit.is(TagType::kVideo);
     auto content = isVideo                    ? Timeline::kVideo
@@ -180,7 +209,7 @@ void Walk::look(const TagUnit& unit) {
     }
 }
 
-StreamSeen* Walk::findStream(const StreamHeader& header, int64_t offset) {
+StreamSeen* FileChecker::findStream(const StreamHeader& header, int64_t offset) {
     bool isFirst = true;
     for (StreamSeen& stream : mReport.streams) {
         if (stream.header.kind != header.kind) continue;
@@ -192,17 +221,33 @@ StreamSeen* Walk::findStream(const StreamHeader& header, int64_t offset) {
     stream.header = header;
     stream.firstOffset = offset;
     stream.whyNoTrack = isFirst ? WhyNoTrack(header) : "another codec of its kind comes first";
-    const char* kind = stream.kindName();
-    if (!isFirst) add(Kind::kCodecChange, offset, "the {} goes on as {}", kind, CodecName(header));
-    if (!stream.whyNoTrack.empty()) {
-        add(Kind::kNoTrack, offset, "{} {}: {}", kind, CodecName(header), stream.whyNoTrack);
-    }
     mReport.streams.push_back(stream);
     return &mReport.streams.back();
 }
 
-void Walk::lookAtStream(const TagUnit& unit) {
+// Of a stream that flaps the codecs' names mean nothing.
+void FileChecker::tellCodecs() {
+    bool isFirst[] = {true, true};
+    for (const StreamSeen& stream : mReport.streams) {
+        const size_t kind = stream.header.kind == TrackKind::kVideo ? 0 : 1;
+        bool goesOn = !std::exchange(isFirst[kind], false);
+        if (mStreamChecks[kind].flaps()) continue;
+        if (goesOn) {
+            add(Kind::kCodecChange, stream.firstOffset, "the {} goes on as {}", stream.kindName(),
+                CodecName(stream.header));
+        }
+        if (!stream.whyNoTrack.empty()) {
+            add(Kind::kNoTrack, stream.firstOffset, "{} {}, {}, {}: {}", stream.kindName(),
+                CodecName(stream.header), CountText(stream.tags, "tag"), CountText(stream.bytes, "byte"),
+                stream.whyNoTrack);
+        }
+    }
+}
+
+void FileChecker::lookAtStream(const TagUnit& unit) {
     StreamHeader header = ReadStreamHeader(unit);
+    int64_t timeMs = header.isSample() ? mClock.place(unit, header.kind) : unit.timestampMs;
+    mStreamChecks[header.kind == TrackKind::kVideo ? 0 : 1].look(unit, header, timeMs, mIsCut);
     if (header.isCommand) return;
     StreamSeen* stream = findStream(header, unit.offset());
     if (stream == nullptr) return;
@@ -210,16 +255,19 @@ void Walk::lookAtStream(const TagUnit& unit) {
     stream->bytes += unit.dataSize;
     if (header.isConfiguration && stream->configurationSlots.size() < StreamSeen::kMostConfigurations)
         stream->configurationSlots.push_back(unit.slot);
-    if (!header.isSample()) return;
+    if (header.isSample()) lookAtSample(unit, header, timeMs, stream);
+}
+
+void FileChecker::lookAtSample(const TagUnit& unit, const StreamHeader& header, int64_t timeMs,
+                               StreamSeen* stream) {
     if (stream->firstSampleSlot < 0 && (header.kind == TrackKind::kAudio || header.isKeyFrame()))
         stream->firstSampleSlot = unit.slot;
-    if (header.kind == TrackKind::kVideo && stream->samples == 0 && !header.isKeyFrame()) {
+    if (header.kind == TrackKind::kVideo && !std::exchange(mHasPictures, true) && !header.isKeyFrame()) {
         add(Kind::kNoKeyFrameFirst, unit.offset(), "the first video frame is of type {}", header.frameType);
     }
     ++stream->samples;
     if (header.isKeyFrame()) ++stream->keyFrames;
     if (header.kind == TrackKind::kVideo && stream->keyFrames == 0) ++stream->leadingFrames;
-    int64_t timeMs = mClock.place(unit, header.kind);
     lookAtTimes(unit, timeMs, stream);
     mReport.timeline.addSample(header.kind, timeMs, unit.dataSize, header.isKeyFrame());
     if (!mOpenGap) return;
@@ -227,7 +275,7 @@ void Walk::lookAtStream(const TagUnit& unit) {
     mReport.timeline.addGap(*std::exchange(mOpenGap, std::nullopt));
 }
 
-void Walk::lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream) {
+void FileChecker::lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream) {
     if (stream->firstMs < 0) stream->firstMs = timeMs;
     if (mClock.doubt()) {
         tellDoubt(*mClock.doubt(), unit, stream->kindName());
@@ -241,7 +289,7 @@ void Walk::lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream) 
     stream->lastMs = timeMs;
 }
 
-void Walk::tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, const char* stream) {
+void FileChecker::tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, const char* stream) {
     mReport.clockIsSound = false;
     std::string file = Seconds(doubt.fileMs), clock = Seconds(doubt.clockMs);
     switch (doubt.kind) {
@@ -263,7 +311,7 @@ void Walk::tellDoubt(const RunningClock::Doubt& doubt, const TagUnit& unit, cons
     }
 }
 
-void Walk::lookAtScript(const TagUnit& unit) {
+void FileChecker::lookAtScript(const TagUnit& unit) {
     ScriptEvent event = ReadScript(mChain, unit);
     if (!mReport.metadata && (mReport.metadata = ReadMetadata(event))) {
         mMetadataOffset = unit.offset();
@@ -275,16 +323,17 @@ void Walk::lookAtScript(const TagUnit& unit) {
     if (!event.isMetadata()) mReport.scripts.add(std::move(event));
 }
 
-void Walk::finish() {
+void FileChecker::finish() {
     mProgress(mReport.size);
     if (mReport.streams.empty()) add(Kind::kNoStreams, FileHeader::kSize, "no audio or video tag was found");
     checkFlags();
     checkIndex();
     checkDuration();
+    mReport.findings.finish();
 }
 
 // A last PreviousTagSize, or nothing at all, is how a chain ends.
-void Walk::checkEnd() {
+void FileChecker::checkEnd() {
     int64_t left = mReport.size - mSlot;
     std::vector<uint8_t> field = mChain.bytes(mSlot, kPreviousTagSizeSize);
     if (left == 0 && mPreviousSize) add(Kind::kNoLastSize, mSlot, "the file ends with its last tag's data");
@@ -295,11 +344,10 @@ void Walk::checkEnd() {
     if (field.size() < kPreviousTagSizeSize || !mPreviousSize) return;
     uint32_t last = android::U32_AT(field.data());
     if (last == *mPreviousSize) return;
-    add(Kind::kPreviousTagSize, mSlot, "the last PreviousTagSize is {}, and should be {}", last,
-        *mPreviousSize);
+    tellPreviousSize(mSlot, last);
 }
 
-void Walk::checkFlags() {
+void FileChecker::checkFlags() {
     for (TrackKind kind : {TrackKind::kVideo, TrackKind::kAudio}) {
         bool isVideo = kind == TrackKind::kVideo;
         bool isClaimed = (mFlags & (isVideo ? FileHeader::kVideoFlag : FileHeader::kAudioFlag)) != 0;
@@ -311,7 +359,7 @@ void Walk::checkFlags() {
     }
 }
 
-void Walk::checkIndex() {
+void FileChecker::checkIndex() {
     if (!mReport.metadata) return;
     const Metadata& metadata = *mReport.metadata;
     if (metadata.positions.size() != metadata.times.size()) {
@@ -328,7 +376,7 @@ void Walk::checkIndex() {
     }
 }
 
-bool Walk::checkIndexEntry(double time, double position) {
+bool FileChecker::checkIndexEntry(double time, double position) {
     bool isInFile = position >= FileHeader::kSize && position < static_cast<double>(mReport.size);
     std::optional<TagUnit> unit;
     if (isInFile) unit = mChain.read(static_cast<int64_t>(position) - kPreviousTagSizeSize);
@@ -345,7 +393,7 @@ bool Walk::checkIndexEntry(double time, double position) {
     return true;
 }
 
-void Walk::checkDuration() {
+void FileChecker::checkDuration() {
     if (!mReport.metadata) {
         add(Kind::kNoMetadata, FileHeader::kSize, "there is no onMetaData");
         return;
@@ -383,7 +431,7 @@ int64_t Inspection::spanMs() const {
 }
 
 Inspection Inspect(android::DataSource& source, int64_t size, const std::function<void(int64_t)>& progress) {
-    return Walk(source, size, progress).run();
+    return FileChecker(source, size, progress).run();
 }
 
 Inspection InspectSource(CountingSource& source, int64_t size, const std::string& name) {

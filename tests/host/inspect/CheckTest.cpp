@@ -112,16 +112,21 @@ TEST_F(CheckTest, NumbersThatAreNoneAreSaidToBeSo) {
 
 TEST_F(CheckTest, StreamsWithoutATrackAreNamed) {
     const std::tuple<uint8_t, Bytes, std::string, std::string> cases[] = {
-            {9, Text("\x90hvc1") + Bytes(20, 1), "HEVC (FourCC hvc1): its headers are those of Enhanced RTMP",
-             "hevc"},
+            {9, Text("\x90hvc1") + Bytes(20, 1),
+             "HEVC (FourCC hvc1), 1 tag, 25 bytes: its headers are those of Enhanced RTMP", "hevc"},
             {9, Text("\x91") + Text("av01") + Bytes(20, 1), "AV1 (FourCC av01)", "av1"},
             {9, Text("\x91vp09") + Bytes(20, 1), "VP9 (FourCC vp09)", "vp9"},
-            {9, Bytes(20, 0x1c), "video HEVC under CodecID 12: ", "hevc"},
-            {9, Bytes(20, 0x1d), "video AV1 under CodecID 13: ", "av1"},
+            {9, Bytes(20, 0x1c), "video HEVC under CodecID 12, 1 tag", "hevc"},
+            {9, Bytes(20, 0x1d), "video AV1 under CodecID 13, 1 tag", "av1"},
             {9, Bytes(20, 0x13), "video Screen video: 1 sample, 1 key frame, 20 bytes", "flashsv"},
-            {8, Bytes(20, 0x63), "audio Nellymoser: ", "nellymoser"},
-            {8, Bytes(20, 0xb2), "audio Speex: ", "speex"},
-            {8, Bytes(20, 0xc2), "audio unknown codec 12: ", "unknown"},
+            {8, Bytes(20, 0x63), "audio Nellymoser, 1 tag", "nellymoser"},
+            {8, Bytes(20, 0xb2), "audio Speex, 1 tag", "speex"},
+            {8, Bytes(20, 0xc2), "audio unknown codec 12, 1 tag", "unknown"},
+            {9,
+             Text("\x96\x01"
+                  "avc1") +
+                     Bytes(20, 1),
+             "video multitrack AVC (FourCC avc1)", "h264"},
             {8, Text("\x91Opus") + Bytes(20, 1), "audio Opus (FourCC Opus)", "opus"}};
     for (const auto& [type, data, name, shortName] : cases) {
         FlvBuilder file;
@@ -139,8 +144,61 @@ TEST_F(CheckTest, RepeatedFindingsAreCounted) {
         file.file.Audio(4000 + i, 0x2f, Bytes(40, 1));
     write("case.flv", file.bytes());
     std::string out = run("check case.flv").out;
-    EXPECT_EQ(13, std::count(out.begin(), out.end(), '\n') - 1) << out;
-    EXPECT_THAT(out, HasSubstr("previous-tag-size: 491 more like these"));
+    EXPECT_THAT(out, HasSubstr("PreviousTagSize is 1, and should be 52 (500 times off by -51) -> nothing"));
+}
+
+// Each is one finding, however many tags have it.
+TEST_F(CheckTest, TagsAreComparedWithTheirCodec) {
+    using Edit = void (*)(uint8_t * tag, uint32_t timeMs);
+    const std::tuple<std::string, Edit, int, std::string> cases[] = {
+            {"avc_aac_index",
+             [](uint8_t* t, uint32_t ms) {
+                 if (t[0] == 9 && ms > 900) t[11] = static_cast<uint8_t>((t[11] & 0xf0) | (ms / 40 & 15));
+             },
+             1, "codec-flaps unknown-values "},
+            {"avc_aac_index",
+             [](uint8_t* t, uint32_t ms) {
+                 if (t[0] == 9 && ms > 900) t[11] &= 15;
+             },
+             1, "unknown-values "},
+            {"h263_mp3",
+             [](uint8_t* t, uint32_t ms) {
+                 if (t[0] == 9 && ms == 1383) t[11] = 2;
+             },
+             0, "unknown-value "},
+            {"avc_aac_index",
+             [](uint8_t* t, uint32_t) {
+                 if (t[0] == 9 && t[12] == 0) std::copy_n(Bytes{0, 0, 0, 1, 0x67}.begin(), 5, t + 16);
+             },
+             1, "configuration-broken "},
+            {"avc_aac_index",
+             [](uint8_t* t, uint32_t) {
+                 if (t[0] == 9 && t[12] == 1) std::copy_n(Bytes{0, 0, 0, 1}.begin(), 4, t + 16);
+             },
+             1, "payload-form "},
+            {"h263_mp3",
+             [](uint8_t* t, uint32_t) {
+                 if (t[0] == 8) t[11] = static_cast<uint8_t>(t[11] ^ 4);
+             },
+             0, "sound-header "},
+            {"h263_mp3",
+             [](uint8_t* t, uint32_t) {
+                 if (t[0] == 8) t[15] = t[11], std::fill_n(t + 11, 4, uint8_t{0});
+             },
+             1, "stray-bytes "}};
+    for (const auto& [sample, edit, code, expected] : cases) {
+        write("case.flv", EditTags("samples/" + sample + ".flv", edit));
+        Outcome outcome = run("check --json case.flv");
+        EXPECT_EQ(code, outcome.code) << expected;
+        std::string found;
+        const Json report = Json::parse(outcome.out);
+        for (const Json& finding : report["findings"]) {
+            const std::string name = finding["code"];
+            if (name.rfind("index", 0) != 0 && name.rfind("no-", 0) != 0) found += name + " ";
+            EXPECT_NE("", finding["advice"]);
+        }
+        EXPECT_EQ(expected, found);
+    }
 }
 
 TEST_F(CheckTest, MapShowsWhatIsThere) {
