@@ -31,7 +31,7 @@ _orvel_flv() {
     esac
     case $command in
         "") [[ $current == -* ]] || options=$commands ;;
-        probe) options+=" --json --packets --io --seek" ;;
+        probe) options+=" --json --packets --count --io --seek" ;;
         extract) options+=" --output --track --from --to --timestamps --force --recover --allow-missing" ;;
         remux) options+=" --from --to --keep-times --force --recover --allow-missing" ;;
         thumbnail) options+=" --output --at --size --grid --force" ;;

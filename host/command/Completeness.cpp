@@ -39,26 +39,6 @@ ExitCode TellDamage(const Input& input) {
     return isDamaged && !input.recovers() ? ExitCode::kDamaged : ExitCode::kDone;
 }
 
-bool IsTaken(const Input& input, const Taken& taken, const StreamSeen& stream) {
-    for (size_t i = 0; i < input.tracks().size(); ++i) {
-        if (input.streamOf(i) == &stream) return true;
-    }
-    return taken.tracks.empty();
-}
-
-ExitCode TellStreams(const Input& input, const Taken& taken) {
-    ExitCode result = ExitCode::kDone;
-    for (const StreamSeen& stream : input.inspection().streams) {
-        if (IsTaken(input, taken, stream)) continue;
-        result = ExitCode::kIncomplete;
-        Complain(fmt::format(
-                "{}: left out: {} {}, {}, {}: {}", input.name(), stream.kindName(), CodecName(stream.header),
-                CountText(stream.tags, "tag"), CountText(stream.bytes, "byte"),
-                stream.whyNoTrack.empty() ? "the track is of another codec" : stream.whyNoTrack));
-    }
-    return result;
-}
-
 // The plug-in begins a video track with its first key frame, for which nothing is needed that came before.
 ExitCode TellFewer(const Input& input, const char* kind, const StreamSeen& stream, uint64_t missing) {
     if (missing == stream.leadingFrames) {
@@ -104,6 +84,19 @@ ExitCode TellScripts(const Input& input, const Taken& taken) {
 
 }  // namespace
 
+bool TellLeftOut(const Input& input) {
+    bool isAny = false;
+    for (const StreamSeen& stream : input.inspection().streams) {
+        if (input.hasTrackOf(stream)) continue;
+        isAny = true;
+        Complain(fmt::format(
+                "{}: left out: {} {}, {}, {}: {}", input.name(), stream.kindName(), CodecName(stream.header),
+                CountText(stream.tags, "tag"), CountText(stream.bytes, "byte"),
+                stream.whyNoTrack.empty() ? "the track is of another codec" : stream.whyNoTrack));
+    }
+    return isAny;
+}
+
 void AddMissingOption(CLI::App* app, bool* allowsMissing) {
     app->add_flag("--allow-missing", *allowsMissing,
                   "Exit code 0 also when streams or script data that give no track are left out");
@@ -111,7 +104,8 @@ void AddMissingOption(CLI::App* app, bool* allowsMissing) {
 
 ExitCode TellMissing(const Input& input, const Taken& taken, bool allowsMissing) {
     if (!input.remark().empty()) Complain(fmt::format("{}: {}", input.name(), input.remark()));
-    ExitCode result = Worse(TellStreams(input, taken), TellScripts(input, taken));
+    ExitCode result = TellLeftOut(input) ? ExitCode::kIncomplete : ExitCode::kDone;
+    result = Worse(result, TellScripts(input, taken));
     result = Worse(Worse(result, TellCounts(input, taken)), TellDamage(input));
     return result == ExitCode::kIncomplete && allowsMissing ? ExitCode::kDone : result;
 }

@@ -24,6 +24,10 @@ struct Taken {
 // --allow-missing.
 void AddMissingOption(CLI::App* app, bool* allowsMissing);
 
+// Says on standard error, a line each, which streams of an input give no track. Result: whether there are
+// any.
+bool TellLeftOut(const Input& input);
+
 // Says on standard error, a line each, what an input holds and the output does not: streams and script data
 // that give no track, what damage has cost and where, timestamps that cannot be believed. Result: kDamaged
 // when samples are missing or times are wrong because of damage that was not recovered from; kIncomplete when

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "format/AudioConfiguration.h"
+#include "format/Mp3Header.h"
 #include "format/ParameterSets.h"
 #include "source/OpenSource.h"
 #include "support/CountText.h"
@@ -25,6 +26,7 @@ struct CodecFacts {
     std::string level;
     int levelIdc = 0;
     uint32_t sampleRate = 0;
+    uint32_t coreRate = 0;  // of AAC, before SBR
     uint32_t channels = 0;
 };
 
@@ -34,7 +36,18 @@ uint32_t CountChannels(const AudioSpecificConfig& config, uint32_t containers) {
     return config.hasPs && config.channelConfiguration == 1 ? 2 : config.channelConfiguration;
 }
 
-CodecFacts FindFacts(const TrackFormat& format) {
+// FLV's two bits know no 48000 Hz; the first frame's own header does.
+void FindMp3Facts(const Input& input, size_t track, CodecFacts* facts) {
+    TrackReader reader = input.openTrack(track);
+    std::optional<Mp3Header> header;
+    if (reader.next()) header = ParseMp3Header(reader.sample().bytes);
+    if (!header) return;
+    facts->sampleRate = header->sampleRate;
+    facts->channels = header->channels;
+}
+
+CodecFacts FindFacts(const Input& input, size_t track) {
+    const TrackFormat& format = input.tracks()[track];
     CodecFacts facts;
     facts.sampleRate = static_cast<uint32_t>(format.sampleRate);
     facts.channels = static_cast<uint32_t>(format.channelCount);
@@ -52,7 +65,9 @@ CodecFacts FindFacts(const TrackFormat& format) {
         facts.profile = config->profile();
         facts.sampleRate = config->outputRate;
         facts.channels = CountChannels(*config, facts.channels);
+        facts.coreRate = config->sampleRate;
     }
+    if (format.codec == Codec::kMp3) FindMp3Facts(input, track, &facts);
     return facts;
 }
 
@@ -97,7 +112,7 @@ std::string DescribeContainer(const Input& input) {
 
 std::string DescribeTrack(const Input& input, size_t track, const TrackFindings& findings) {
     const TrackFormat& format = input.tracks()[track];
-    CodecFacts facts = FindFacts(format);
+    CodecFacts facts = FindFacts(input, track);
     std::string line =
             fmt::format("  {} {} ({})", format.kindName(), TraitsOf(format.codec).title, format.mime);
     Append(facts.level.empty() ? facts.profile : facts.profile + "@" + facts.level, &line);
@@ -130,7 +145,7 @@ Json ContainerJson(const Input& input) {
 
 Json TrackJson(const Input& input, size_t track, const TrackFindings& findings) {
     const TrackFormat& format = input.tracks()[track];
-    CodecFacts facts = FindFacts(format);
+    CodecFacts facts = FindFacts(input, track);
     Json json = {
             {"index", track}, {"codec_name", CodecName(format, findings)}, {"codec_type", format.kindName()}};
     json["mime_type"] = format.mime;
@@ -143,6 +158,8 @@ Json TrackJson(const Input& input, size_t track, const TrackFindings& findings) 
     } else {
         json["sample_rate"] = facts.sampleRate;
         json["channels"] = facts.channels;
+        if (facts.coreRate != 0 && facts.coreRate != facts.sampleRate)
+            json["core_sample_rate"] = facts.coreRate;
         if (findings.pcmBits != 0) json["bits_per_sample"] = findings.pcmBits;
     }
     if (format.durationUs > 0) json["duration"] = Seconds(format.durationUs);

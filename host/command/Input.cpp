@@ -79,6 +79,13 @@ const StreamSeen* Input::streamOf(size_t track) const {
     return mainStream(mTracks[track].kind);
 }
 
+bool Input::hasTrackOf(const StreamSeen& stream) const {
+    for (size_t i = 0; i < mTracks.size(); ++i) {
+        if (streamOf(i) == &stream) return true;
+    }
+    return false;
+}
+
 // AAC whose first tag is no configuration: the plug-in takes that tag for one, and a decoder could make
 // nothing of it.
 void Input::mendAudioConfiguration() {

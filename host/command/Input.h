@@ -47,6 +47,10 @@ class Input {
     const Inspection& inspection() const;
     // The stream that a track is made of, in inspection(); null when the walk has not found it.
     const StreamSeen* streamOf(size_t track) const;
+    bool hasTrackOf(const StreamSeen& stream) const;
+
+    // Whether reading all of it is cheap, as it is not over a network.
+    bool isNear() const { return (mSource->flags() & android::DataSource::kIsCachingDataSource) == 0; }
 
     CountingSource& source() const { return *mSource; }
 

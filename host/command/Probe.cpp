@@ -3,12 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include "command/Command.h"
+#include "command/Completeness.h"
 #include "command/Description.h"
 #include "command/InputList.h"
 #include "command/IoProbe.h"
 #include "command/Options.h"
 #include "command/SeekProbe.h"
 #include "command/SpanReader.h"
+#include "command/WalkDescription.h"
 #include "source/OpenSource.h"
 #include "support/CountText.h"
 #include "support/Progress.h"
@@ -93,11 +95,14 @@ class ProbeCommand : public Command {
     void showText(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
     void showJson(const Plugin& plugin, const Input& input, std::vector<TrackFindings>* findings);
 
+    bool walks(const Input& input) const { return mCounts || input.isNear(); }
+
     std::vector<std::string> mLocations;
     std::vector<int64_t> mSeeks;
     bool mAsJson = false;
     bool mWithPackets = false;
     bool mWithIo = false;
+    bool mCounts = false;
 };
 
 CLI::App* ProbeCommand::addTo(CLI::App& program) {
@@ -119,6 +124,7 @@ CLI::App* ProbeCommand::addTo(CLI::App& program) {
             ->delimiter(',')
             ->allow_extra_args(false)
             ->type_name("T[,T...]");
+    app->add_flag("--count", mCounts, "With --json, also each track's samples and bytes; reads all of a URL");
     app->add_flag("--io", mWithIo,
                   "Also what a session reads of the source: sniffing, opening, playing, seeking");
     return app;
@@ -130,6 +136,7 @@ ExitCode ProbeCommand::run(Session& session) {
     return inputs.forEach([&](const std::string& location) {
         std::unique_ptr<Input> input = open(plugin, location);
         probe(plugin, *input);
+        if (walks(*input)) TellLeftOut(*input);
         input->throwIfReadsFailed();
         tellPlace(*input);
         return ExitCode::kDone;
@@ -187,6 +194,14 @@ void ProbeCommand::showText(const Plugin& plugin, const Input& input, std::vecto
     for (size_t i = 0; i < findings->size(); ++i) {
         WriteOut(DescribeTrack(input, i, (*findings)[i]) + "\n");
     }
+    if (walks(input)) {
+        for (const StreamSeen& stream : input.inspection().streams) {
+            if (!input.hasTrackOf(stream))
+                WriteOut(fmt::format("  {} {}: not supported, {}, {}\n", stream.kindName(),
+                                     CodecName(stream.header), CountText(stream.tags, "tag"),
+                                     CountText(stream.bytes, "byte")));
+        }
+    }
     if (mWithPackets) {
         forEachSample(input, findings, [&](size_t track, const AccessUnit& sample) {
             WriteOut(SampleLine(input.tracks()[track], sample));
@@ -215,9 +230,19 @@ void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vecto
         WriteOut(*separator == ',' ? "]," : "\"packets\":[],");
     }
     Json rest;
-    for (size_t i = 0; i < findings->size(); ++i)
+    for (size_t i = 0; i < findings->size(); ++i) {
         rest["streams"].push_back(TrackJson(input, i, (*findings)[i]));
+        if (walks(input)) AddWalked(input, i, mCounts, &rest["streams"].back());
+    }
     rest["format"] = ContainerJson(input);
+    rest["format"]["walked"] = walks(input);
+    if (walks(input)) {
+        for (const StreamSeen& stream : input.inspection().streams) {
+            if (!input.hasTrackOf(stream))
+                rest["streams"].push_back(LeftOutJson(stream, rest["streams"].size()));
+        }
+        AddScripts(input, &rest["format"], &rest);
+    }
     for (int64_t timeUs : mSeeks) {
         for (size_t i = 0; i < findings->size(); ++i) {
             rest["seeks"].push_back(SeekJson(input.tracks()[i], i, timeUs, ProbeSeek(input, i, timeUs)));
@@ -228,7 +253,10 @@ void ProbeCommand::showJson(const Plugin& plugin, const Input& input, std::vecto
             rest["io"].push_back(IoJson(phase));
     }
     if (input.source().hasFailed()) rest["error"] = LastReadError(input.source().inner(), input.name());
-    WriteOut(Dump(rest).substr(1) + "\n");
+    const char* separator = "";
+    for (const auto& [name, value] : rest.items())
+        WriteOut(std::exchange(separator, ",") + Dump(name) + ":" + Dump(value));
+    WriteOut("}\n");
 }
 
 }  // namespace

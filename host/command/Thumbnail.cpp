@@ -6,6 +6,7 @@
 
 #include "av/LoadAvModule.h"
 #include "command/Command.h"
+#include "command/Completeness.h"
 #include "command/InputList.h"
 #include "command/Options.h"
 #include "command/WrittenFiles.h"
@@ -135,6 +136,7 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
     Input input(plugin, location);
     mWritten.requireNew(path, input.name());
     const TrackFormat& format = input.tracks()[0];
+    if (format.kind != TrackKind::kVideo && input.isNear()) TellLeftOut(input);
     if (format.kind != TrackKind::kVideo)
         throw Failure(ExitCode::kDamaged, input.name() + ": no video track");
     std::optional<PictureSize> box = mSize;
@@ -147,6 +149,7 @@ ExitCode ThumbnailCommand::makePicture(const Plugin& plugin, const std::string& 
         KeyPicture found = findOne(&pictures, input, format);
         save(path, found.picture, fmt::format("key frame at {} s", FormatSeconds(found.timeUs)));
     }
+    if (input.isNear()) TellLeftOut(input);
     mWritten.add(path);
     return ExitCode::kDone;
 }

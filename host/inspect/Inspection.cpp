@@ -266,6 +266,9 @@ void FileChecker::lookAtSample(const TagUnit& unit, const StreamHeader& header, 
         add(Kind::kNoKeyFrameFirst, unit.offset(), "the first video frame is of type {}", header.frameType);
     }
     ++stream->samples;
+    stream->payloadBytes += unit.dataSize - header.size;
+    int64_t presentationMs = timeMs + header.compositionMs;
+    if (stream->startMs < 0 || presentationMs < stream->startMs) stream->startMs = presentationMs;
     if (header.isKeyFrame()) ++stream->keyFrames;
     if (header.kind == TrackKind::kVideo && stream->keyFrames == 0) ++stream->leadingFrames;
     lookAtTimes(unit, timeMs, stream);
@@ -277,6 +280,11 @@ void FileChecker::lookAtSample(const TagUnit& unit, const StreamHeader& header, 
 
 void FileChecker::lookAtTimes(const TagUnit& unit, int64_t timeMs, StreamSeen* stream) {
     if (stream->firstMs < 0) stream->firstMs = timeMs;
+    if (stream->lastMs >= 0) {
+        int64_t step = timeMs - stream->lastMs;
+        stream->shortestStepMs = stream->shortestStepMs < 0 ? step : std::min(stream->shortestStepMs, step);
+        stream->longestStepMs = std::max(stream->longestStepMs, step);
+    }
     if (mClock.doubt()) {
         tellDoubt(*mClock.doubt(), unit, stream->kindName());
     } else if (stream->lastMs >= 0 && timeMs < stream->lastMs) {

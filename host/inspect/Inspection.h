@@ -26,6 +26,10 @@ struct StreamSeen {
     uint64_t bytes = 0;          // of tag data
     int64_t firstMs = -1;        // of samples; -1 when there are none
     int64_t lastMs = -1;
+    int64_t startMs = -1;         // the earliest presentation time
+    int64_t shortestStepMs = -1;  // from one sample to the next
+    int64_t longestStepMs = -1;
+    uint64_t payloadBytes = 0;  // of samples
     // Where its configuration and its first sample that can be decoded are: slots; -1 when there is none.
     static constexpr size_t kMostConfigurations = 8;
     std::vector<int64_t> configurationSlots;
