@@ -33,7 +33,7 @@ _orvel_flv() {
         "") [[ $current == -* ]] || options=$commands ;;
         probe) options+=" --json --packets --count --io --seek" ;;
         extract) options+=" --output --track --from --to --timestamps --force --recover --allow-missing" ;;
-        remux) options+=" --from --to --keep-times --force --recover --allow-missing" ;;
+        remux) options+=" --output --from --to --keep-times --force --recover --allow-missing" ;;
         thumbnail) options+=" --output --at --size --grid --force" ;;
         check) options+=" --json --strict --codes" ;;
         map) options+=" --output --force" ;;

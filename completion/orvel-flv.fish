@@ -22,7 +22,7 @@ complete -c orvel-flv -n '__fish_seen_subcommand_from probe' -l io -d 'What a se
 complete -c orvel-flv -n '__fish_seen_subcommand_from probe' -l seek -x -d 'Where a seek lands'
 complete -c orvel-flv -n '__fish_seen_subcommand_from check' -l strict -d 'Warnings count'
 complete -c orvel-flv -n '__fish_seen_subcommand_from check' -l codes -d 'List all codes'
-complete -c orvel-flv -n '__fish_seen_subcommand_from extract' -s o -l output -x -a '(__fish_complete_directories)' -d 'Where to write'
+complete -c orvel-flv -n '__fish_seen_subcommand_from extract remux' -s o -l output -x -a '(__fish_complete_directories)' -d 'Where to write'
 complete -c orvel-flv -n '__fish_seen_subcommand_from thumbnail map' -s o -l output -r -d 'Where to write'
 complete -c orvel-flv -n '__fish_seen_subcommand_from extract' -l track -x -a 'video audio' -d 'Only this track'
 complete -c orvel-flv -n '__fish_seen_subcommand_from extract' -l timestamps -d 'Timestamp files, too'

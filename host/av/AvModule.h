@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "format/TrackFormat.h"
@@ -73,6 +74,20 @@ struct MuxTrack {
     StreamFacts facts;
 };
 
+// What a container says of all its tracks together.
+struct MuxDetails {
+    std::vector<std::pair<std::string, std::string>>
+            tags;  // by the libraries' names, where they have one; UTF-8
+    struct Chapter {
+        int64_t startUs;
+        std::string title;
+    };
+    std::vector<Chapter> chapters;  // by time; for containers that have them
+    int frameRateNumerator = 0;     // frames a second, where they are even
+    int frameRateDenominator = 0;
+    int rotationDegrees = 0;  // clockwise
+};
+
 struct MuxSample {
     size_t track = 0;  // index of the muxer's tracks
     int64_t timeUs = 0;
@@ -109,7 +124,7 @@ class AvModule {
 
     // format: the container's name as the libraries have it. The sink must outlive the muxer.
     virtual std::unique_ptr<Muxer> openMuxer(const std::string& format, const std::vector<MuxTrack>& tracks,
-                                             ByteSink& sink) const = 0;
+                                             const MuxDetails& details, ByteSink& sink) const = 0;
 
   protected:
     ~AvModule() = default;
@@ -117,7 +132,7 @@ class AvModule {
 
 // The module's one symbol, a function that returns its AvModule. The name changes with this header, so that a
 // module of another version is not taken for this one.
-constexpr char kAvModuleSymbol[] = "orvel_flv_av_module_1";
+constexpr char kAvModuleSymbol[] = "orvel_flv_av_module_2";
 using GetAvModule = const AvModule* (*)();
 
 }  // namespace orvel

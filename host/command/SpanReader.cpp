@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command/SpanReader.h"
 
+#include <ctype.h>
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -33,10 +34,26 @@ size_t LeadingTrack(const Input& input, const std::vector<size_t>& tracks) {
 
 }  // namespace
 
-void AddSpanOptions(CLI::App* app, Span* span) {
+void AddSpanOptions(CLI::App* app, Span* span, std::string* target) {
     AddTimeOption(app, "--from", &span->fromUs,
                   "Begin at the picture that a seek lands on, and sound with it; seconds or [h:]mm:ss.mmm");
-    AddTimeOption(app, "--to", &span->toUs, "End each track with its last sample before this time");
+    auto parseTo = [span, target](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) {
+            if (target != nullptr && isalpha(static_cast<unsigned char>(text[0])) != 0) {
+                *target = text;
+                continue;
+            }
+            span->toUs = ParseTime(text);
+            if (!span->toUs || *span->toUs < 0) throw CLI::ValidationError("--to", "not a time: " + text);
+        }
+    };
+    const char* time = "End each track with its last sample before this time";
+    const char* either =
+            "End each track with its last sample before this time; or, with -o, the container to write, "
+            "such as mkv. May be given for both";
+    app->add_option_function<std::vector<std::string>>("--to", parseTo, target == nullptr ? time : either)
+            ->allow_extra_args(false)
+            ->type_name("T");
     app->add_flag("--recover", span->recover,
                   "Go on after damage that ends a track early, and say what is lost; --recover=all also with "
                   "pictures that are predicted from lost ones");

@@ -21,8 +21,8 @@ struct Span {
 
     std::string recover;  // as the user said it; empty: not at all
 };
-// --from, --to and --recover.
-void AddSpanOptions(CLI::App* app, Span* span);
+// --from, --to and --recover. With a target, a word given to --to that is no time is stored there.
+void AddSpanOptions(CLI::App* app, Span* span, std::string* target = nullptr);
 // Throws Failure (kUsage) for a span that ends before it begins.
 void CheckSpan(const Span& span);
 

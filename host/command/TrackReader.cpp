@@ -32,6 +32,23 @@ bool TrackReader::seek(int64_t timeUs) {
     return read(&options);
 }
 
+bool TrackReader::seekOrRead(int64_t timeUs) {
+    if (seek(timeUs)) return true;
+    mSource->start();
+    std::optional<int64_t> landingUs;
+    bool isThere = false;
+    while (!isThere && next()) {
+        isThere = mSample.timeUs >= timeUs;
+        if (mSample.isSync && (mSample.timeUs <= timeUs || !landingUs)) landingUs = mSample.timeUs;
+    }
+    if (!isThere || !landingUs) return false;
+    mSource->start();
+    while (next()) {
+        if (mSample.isSync && mSample.timeUs == *landingUs) return true;
+    }
+    return false;
+}
+
 bool TrackReader::read(const android::IMediaSource::ReadOptions* options) {
     releaseBuffer();
     if (mSource->read(&mBuffer, options) != android::OK || mBuffer == nullptr) return false;
@@ -52,7 +69,7 @@ void TrackReader::releaseBuffer() {
 Interleaver::Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t> startUs, size_t leading)
     : mTracks(std::move(tracks)), mIsOpen(mTracks.size()) {
     if (startUs && leading < mTracks.size()) {
-        mIsOpen[leading] = mTracks[leading].seek(*startUs);
+        mIsOpen[leading] = mTracks[leading].seekOrRead(*startUs);
         if (mIsOpen[leading]) startUs = mTracks[leading].sample().timeUs;
     }
     for (size_t i = 0; i < mTracks.size(); ++i) {
@@ -62,7 +79,7 @@ Interleaver::Interleaver(std::vector<TrackReader> tracks, std::optional<int64_t>
 }
 
 bool Interleaver::seekTo(size_t track, int64_t timeUs) {
-    bool isThere = mTracks[track].seek(timeUs);
+    bool isThere = mTracks[track].seekOrRead(timeUs);
     while (isThere && mTracks[track].sample().timeUs < timeUs)
         isThere = mTracks[track].next();
     return isThere;

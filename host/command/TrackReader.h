@@ -23,6 +23,9 @@ class TrackReader {
     // also how the plug-in reports a failed read.
     bool next();
     bool seek(int64_t timeUs);
+    // The same where the plug-in takes a time for one after the end, as in files whose times begin later than
+    // their duration ends: by reading from the start, if a sample has that time or a later one.
+    bool seekOrRead(int64_t timeUs);
 
     // The sample gone to last; its bytes hold until the next call.
     const AccessUnit& sample() const { return mSample; }

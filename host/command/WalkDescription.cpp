@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <numeric>
 
 #include "command/Description.h"
 
@@ -17,10 +16,6 @@ using Json = nlohmann::ordered_json;
 // Declared and found durations closer than this are the same: the last sample's length is in one and not in
 // the other.
 constexpr int64_t kDurationSlackMs = 500;
-
-// Timestamps are whole milliseconds: equal steps differ by one, and a span is off by one at either end.
-constexpr int64_t kEvenSlackMs = 1;
-constexpr double kRoundingMs = 2;
 
 Json Number(double value) {
     return std::isfinite(value) ? Json(value) : Json();
@@ -56,22 +51,6 @@ Json ValueJson(const AmfValue& value) {
     return Json();
 }
 
-// Whether frames at this rate take so long, but for the rounding of timestamps.
-bool Takes(int64_t frames, double rate, int64_t ms) {
-    return std::abs(static_cast<double>(frames) * 1000 / rate - static_cast<double>(ms)) <= kRoundingMs;
-}
-
-// Frames a second as ffprobe has them: "25/1", "30000/1001", or else the mean.
-std::string RateText(int64_t frames, int64_t ms) {
-    double mean = static_cast<double>(frames) * 1000 / static_cast<double>(ms);
-    int64_t whole = std::llround(mean), ntsc = std::llround(mean * 1.001);
-    if (whole > 0 && Takes(frames, static_cast<double>(whole), ms)) return fmt::format("{}/1", whole);
-    if (ntsc > 0 && Takes(frames, static_cast<double>(ntsc) / 1.001, ms))
-        return fmt::format("{}/1001", ntsc * 1000);
-    int64_t divisor = std::gcd(frames * 1000, ms);
-    return fmt::format("{}/{}", frames * 1000 / divisor, ms / divisor);
-}
-
 }  // namespace
 
 void AddWalked(const Input& input, size_t track, bool counts, Json* json) {
@@ -79,10 +58,10 @@ void AddWalked(const Input& input, size_t track, bool counts, Json* json) {
     (*json)["supported"] = true;
     if (stream == nullptr || stream->samples == 0) return;
     (*json)["start_time"] = Seconds(stream->startMs * 1000);
-    int64_t span = stream->lastMs - stream->firstMs;
-    if (stream->header.kind == TrackKind::kVideo && stream->samples > 1 && span > 0) {
-        (*json)["avg_frame_rate"] = RateText(static_cast<int64_t>(stream->samples) - 1, span);
-        (*json)["frame_rate_even"] = stream->longestStepMs - stream->shortestStepMs <= kEvenSlackMs;
+    std::optional<FrameRate> rate = stream->frameRate();
+    if (stream->header.kind == TrackKind::kVideo && rate) {
+        (*json)["avg_frame_rate"] = fmt::format("{}/{}", rate->numerator, rate->denominator);
+        (*json)["frame_rate_even"] = stream->hasEvenFrames();
     }
     if (!counts) return;
     (*json)["nb_read_packets"] = stream->samples;

@@ -15,6 +15,11 @@
 
 namespace orvel {
 
+struct FrameRate {  // frames a second
+    int64_t numerator;
+    int64_t denominator;
+};
+
 // A stream as its tags tell it.
 struct StreamSeen {
     StreamHeader header;
@@ -36,6 +41,10 @@ struct StreamSeen {
     int64_t firstSampleSlot = -1;
     std::string whyNoTrack;  // empty when the plug-in can offer one
 
+    // The mean, as the whole number or NTSC's rate that it is but for the rounding of timestamps; nothing for
+    // fewer than two samples.
+    std::optional<FrameRate> frameRate() const;
+    bool hasEvenFrames() const;
     const char* kindName() const { return header.kind == TrackKind::kVideo ? "video" : "audio"; }
 };
 

@@ -14,6 +14,8 @@ struct Container {
     const char* title;      // for people
     const char* format;     // as the libraries name it
     std::vector<Codec> codecs;
+    bool hasChapters = true;
+    bool isForSound = false;  // by its extension: pictures are left out
 
     bool takes(Codec codec) const;
 };
@@ -21,12 +23,19 @@ struct Container {
 // Every kind, the one that standard output gets first.
 const std::vector<Container>& Containers();
 
-// The kind that a file's name asks for; null when its extension is none of theirs.
+// The kind that a file's name asks for, or its extension alone, with or without the dot; null when it is none
+// of theirs.
 const Container* FindContainer(const std::string& fileName);
 
-// Throws Failure (kUsage), naming the codec and a container that takes it, unless the container takes every
+// ".mkv, .mp4, ...".
+std::string AllExtensions();
+
+// The tracks that a container of this kind gets. Throws Failure (kUsage) when there are none.
+std::vector<size_t> TracksFor(const Container& container, const std::vector<TrackFormat>& tracks,
+                              const std::string& inputName);
+
+// Throws Failure (kUsage), naming the codec and a container that takes it, unless the container takes the
 // track.
-void RequireTaken(const Container& container, const std::vector<TrackFormat>& tracks,
-                  const std::string& inputName);
+void RequireTaken(const Container& container, const TrackFormat& track, const std::string& inputName);
 
 }  // namespace orvel

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "command/Options.h"
 #include "support/CountText.h"
@@ -19,12 +20,11 @@ constexpr size_t kSamplesToLearnFrom = 64;
 // A jump in a file's times is not the length of a sample.
 constexpr int64_t kLongestDurationUs = 10000000;
 
-constexpr char kTransportStream[] = "mpegts";
-
 }  // namespace
 
-Remuxer::Remuxer(const Input& input, const AvModule& module) : mModule(module) {
-    for (size_t i = 0; i < input.tracks().size(); ++i) {
+Remuxer::Remuxer(const Input& input, const std::vector<size_t>& tracks, const AvModule& module)
+    : mModule(module) {
+    for (size_t i : tracks) {
         const TrackFormat& format = input.tracks()[i];
         bool reorders = format.codec == Codec::kAvc || format.codec == Codec::kHevc;
         mTracks.push_back(
@@ -32,13 +32,14 @@ Remuxer::Remuxer(const Input& input, const AvModule& module) : mModule(module) {
     }
 }
 
-void Remuxer::run(const SampleFeed& feed, const std::string& format, bool fromZero, ByteSink& sink) {
+void Remuxer::run(const SampleFeed& feed, const std::string& format, MuxDetails details, bool fromZero,
+                  ByteSink& sink) {
     bool hasEnded = hold(feed);
     if (mHeld.empty()) throw Failure(ExitCode::kDamaged, "no samples");
     auto isEarlier = [](const HeldSample& a, const HeldSample& b) { return a.timeUs < b.timeUs; };
     if (fromZero) mShiftUs = std::min_element(mHeld.begin(), mHeld.end(), isEarlier)->timeUs;
-    mRepeatsParameterSets = format == kTransportStream;
-    std::unique_ptr<Muxer> muxer = openMuxer(format, sink);
+    mRepeatsParameterSets = format == "mpegts" || format == "m2ts";
+    std::unique_ptr<Muxer> muxer = openMuxer(format, std::move(details), sink);
     for (const HeldSample& held : mHeld)
         write(*muxer, held.track, {held.timeUs, held.isSync, held.bytes});
     mHeld = {};
@@ -80,7 +81,7 @@ bool Remuxer::knowsEnough() const {
     });
 }
 
-std::unique_ptr<Muxer> Remuxer::openMuxer(const std::string& format, ByteSink& sink) {
+std::unique_ptr<Muxer> Remuxer::openMuxer(const std::string& format, MuxDetails details, ByteSink& sink) {
     std::vector<MuxTrack> muxTracks;
     for (Track& track : mTracks) {
         StreamSetup setup = track.form.setup();
@@ -92,7 +93,9 @@ std::unique_ptr<Muxer> Remuxer::openMuxer(const std::string& format, ByteSink& s
         if (track.reorders) track.decodingTimes = DecodingTimes(track.facts.reorderDepth, track.firstTimesUs);
         muxTracks.push_back({setup, track.facts});
     }
-    return mModule.openMuxer(format, muxTracks, sink);
+    for (MuxDetails::Chapter& chapter : details.chapters)
+        chapter.startUs = std::max<int64_t>(chapter.startUs - mShiftUs, 0);
+    return mModule.openMuxer(format, muxTracks, details, sink);
 }
 
 void Remuxer::write(Muxer& muxer, size_t index, const AccessUnit& sample) {

@@ -20,12 +20,15 @@ class Remuxer {
   public:
     static constexpr size_t kMostHeld = 16 << 20;
 
-    Remuxer(const Input& input, const AvModule& module);
+    // tracks: those of the input that are written; a feed's are places among them.
+    Remuxer(const Input& input, const std::vector<size_t>& tracks, const AvModule& module);
 
     // Takes the feed to its end. Times are kept, or, with fromZero, all put back by the earliest of the first
     // ones, so that what was cut out of a recording does not begin with a pause. Throws Failure (kDamaged)
     // when there are no samples.
-    void run(const SampleFeed& feed, const std::string& format, bool fromZero, ByteSink& sink);
+    // Chapters' times are put back with the samples'.
+    void run(const SampleFeed& feed, const std::string& format, MuxDetails details, bool fromZero,
+             ByteSink& sink);
 
     const TrackSpan& span(size_t track) const { return mTracks[track].span; }  // of what was read
     uint64_t written(size_t track) const { return span(track).count() - mTracks[track].losses.leftOut; }
@@ -55,7 +58,7 @@ class Remuxer {
     bool hold(const SampleFeed& feed);
     void keep(const Interleaver::Turn& turn);
     bool knowsEnough() const;
-    std::unique_ptr<Muxer> openMuxer(const std::string& format, ByteSink& sink);
+    std::unique_ptr<Muxer> openMuxer(const std::string& format, MuxDetails details, ByteSink& sink);
     void write(Muxer& muxer, size_t track, const AccessUnit& sample);
 
     const AvModule& mModule;

@@ -7,15 +7,22 @@
 #include "Errors.h"
 #include "Parameters.h"
 
+extern "C" {
+#include <libavutil/display.h>
+}
+
 namespace orvel {
 namespace {
 
 constexpr AVRational kMicroseconds = {1, 1000000};
 constexpr AVRational kMilliseconds = {1, 1000};
 
-// How long a transport stream may hold back sound to fill its packets: what ffmpeg takes. Without it each frame has
-// packets of its own, and a file of sound is twice as large.
+// How long a transport stream may hold back sound to fill its packets: what ffmpeg takes. Without it each
+// frame has packets of its own, and a file of sound is twice as large.
 constexpr int kMuxerDelay = 7 * AV_TIME_BASE / 10;
+
+// The libraries have it as an option of "mpegts".
+constexpr char kM2ts[] = "m2ts";
 
 // Where the libraries' defaults cost milliseconds: a transport stream's times are moved, and MP4 rounds a
 // track's start down to the movie's unit.
@@ -24,20 +31,22 @@ constexpr struct {
     const char* option;
     const char* value;
 } kOptions[] = {
-        {"mpegts", "mpegts_copyts", "1"},
-        {"mp4", "movie_timescale", "90000"},
+        {"mpegts", "mpegts_copyts", "1"},    {kM2ts, "mpegts_copyts", "1"},
+        {kM2ts, "mpegts_m2ts_mode", "1"},    {"mp4", "movie_timescale", "90000"},
         {"mov", "movie_timescale", "90000"},
 };
 
 FormatPointer MakeContext(const std::string& format) {
     AVFormatContext* context = nullptr;
-    CheckAv(avformat_alloc_output_context2(&context, nullptr, format.c_str(), nullptr), format);
+    const char* name = format == kM2ts ? "mpegts" : format.c_str();
+    CheckAv(avformat_alloc_output_context2(&context, nullptr, name, nullptr), format);
     return FormatPointer(context);
 }
 
 }  // namespace
 
-ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, ByteSink& sink)
+ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks,
+                               const MuxDetails& details, ByteSink& sink)
     : mStream(sink),
       mContext(MakeContext(format)),
       mPacket(CheckAllocated(av_packet_alloc())),
@@ -48,14 +57,43 @@ ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxT
     mContext->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
     mContext->max_delay = kMuxerDelay;
     for (const MuxTrack& track : tracks)
-        addStream(track);
+        addStream(track, details);
+    for (const auto& [name, text] : details.tags)
+        av_dict_set(&mContext->metadata, name.c_str(), text.c_str(), 0);
+    addChapters(details.chapters);
     writeHeader(format);
 }
 
-void ContainerMuxer::addStream(const MuxTrack& track) {
+// The libraries own chapters as they own streams.
+void ContainerMuxer::addChapters(const std::vector<MuxDetails::Chapter>& chapters) {
+    if (chapters.empty()) return;
+    auto size = chapters.size() * sizeof(AVChapter*);
+    mContext->chapters = static_cast<AVChapter**>(CheckAllocated(av_mallocz(size)));
+    for (size_t i = 0; i < chapters.size(); ++i) {
+        auto* chapter = static_cast<AVChapter*>(CheckAllocated(av_mallocz(sizeof(AVChapter))));
+        mContext->chapters[mContext->nb_chapters++] = chapter;
+        chapter->id = static_cast<int64_t>(i) + 1;
+        chapter->time_base = kMicroseconds;
+        chapter->start = chapters[i].startUs;
+        chapter->end = i + 1 < chapters.size() ? chapters[i + 1].startUs : chapter->start;
+        av_dict_set(&chapter->metadata, "title", chapters[i].title.c_str(), 0);
+    }
+}
+
+void ContainerMuxer::addStream(const MuxTrack& track, const MuxDetails& details) {
     AVStream* stream = CheckAllocated(avformat_new_stream(mContext.get(), nullptr));
     FillParameters(track.setup, stream->codecpar);
     stream->time_base = kMilliseconds;
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+        if (details.frameRateNumerator > 0)
+            stream->avg_frame_rate = {details.frameRateNumerator, details.frameRateDenominator};
+        if (details.rotationDegrees != 0) {
+            size_t size = 9 * sizeof(int32_t);
+            uint8_t* matrix =
+                    CheckAllocated(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, size));
+            av_display_rotation_set(reinterpret_cast<int32_t*>(matrix), -details.rotationDegrees);
+        }
+    }
     // Which headers of the WAVE kind must state for it, equal or not.
     if (track.setup.codec == Codec::kAdpcm) {
         stream->codecpar->block_align = static_cast<int>(track.facts.firstSampleSize);

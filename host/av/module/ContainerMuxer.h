@@ -9,13 +9,15 @@ namespace orvel {
 
 class ContainerMuxer : public Muxer {
   public:
-    ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, ByteSink& sink);
+    ContainerMuxer(const std::string& format, const std::vector<MuxTrack>& tracks, const MuxDetails& details,
+                   ByteSink& sink);
     void write(const MuxSample& sample) override;
     void finish() override;
     Losses losses(size_t track) const override { return mLosses[track]; }
 
   private:
-    void addStream(const MuxTrack& track);
+    void addStream(const MuxTrack& track, const MuxDetails& details);
+    void addChapters(const std::vector<MuxDetails::Chapter>& chapters);
     void writeHeader(const std::string& format);
     void setTimes(const MuxSample& sample, AVPacket* packet);
     bool writeInterleaved(AVPacket* packet);

@@ -30,15 +30,15 @@ class Module : public AvModule {
         return EncodeImage(picture, format);
     }
     std::unique_ptr<Muxer> openMuxer(const std::string& format, const std::vector<MuxTrack>& tracks,
-                                     ByteSink& sink) const override {
-        return std::make_unique<ContainerMuxer>(format, tracks, sink);
+                                     const MuxDetails& details, ByteSink& sink) const override {
+        return std::make_unique<ContainerMuxer>(format, tracks, details, sink);
     }
 };
 
 }  // namespace
 }  // namespace orvel
 
-extern "C" __attribute__((visibility("default"))) const orvel::AvModule* orvel_flv_av_module_1() {
+extern "C" __attribute__((visibility("default"))) const orvel::AvModule* orvel_flv_av_module_2() {
     static const orvel::Module module;
     return &module;
 }
