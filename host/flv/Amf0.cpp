@@ -66,8 +66,8 @@ bool Parser::fail(size_t offset, std::string why) {
 }
 
 bool Parser::integer(size_t size, uint64_t* value) {
-    if (size > mData.size - mOffset) return fail(mOffset, "the tag ends inside a value");
     *value = 0;
+    if (size > mData.size - mOffset) return fail(mOffset, "the tag ends inside a value");
     for (size_t i = 0; i < size; ++i)
         *value = *value << 8 | mData[mOffset++];
     return true;
