@@ -23,7 +23,8 @@ constexpr char kDescription[] =
         "  orvel-flv map clip.flv -o map.svg";
 constexpr char kFooter[] =
         "Exit codes: 0 done; 1 an input is damaged, is not FLV or holds nothing of what was asked for; "
-        "2 usage;\n3 input or output error; 4 the output is whole, but not all of the input is in it. Of several inputs, the "
+        "2 usage;\n3 input or output error; 4 the output is whole, but not all of the input is in it. Of "
+        "several inputs, the "
         "worst\ncounts (3, then 1, 4 and 0).\n"
         "Data goes to standard output, messages to standard error.";
 

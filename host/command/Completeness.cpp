@@ -84,10 +84,11 @@ ExitCode TellScripts(const Input& input, const Taken& taken) {
 
 }  // namespace
 
-bool TellLeftOut(const Input& input) {
+bool TellLeftOut(const Input& input, const std::vector<TrackKind>& mixedIn) {
     bool isAny = false;
     for (const StreamSeen& stream : input.inspection().streams) {
-        if (input.hasTrackOf(stream)) continue;
+        bool isMixedIn = std::find(mixedIn.begin(), mixedIn.end(), stream.header.kind) != mixedIn.end();
+        if (isMixedIn || input.hasTrackOf(stream)) continue;
         isAny = true;
         Complain(fmt::format(
                 "{}: left out: {} {}, {}, {}: {}", input.name(), stream.kindName(), CodecName(stream.header),
@@ -104,7 +105,12 @@ void AddMissingOption(CLI::App* app, bool* allowsMissing) {
 
 ExitCode TellMissing(const Input& input, const Taken& taken, bool allowsMissing) {
     if (!input.remark().empty()) Complain(fmt::format("{}: {}", input.name(), input.remark()));
-    ExitCode result = TellLeftOut(input) ? ExitCode::kIncomplete : ExitCode::kDone;
+    std::vector<TrackKind> mixedIn;
+    for (const Taken::Track& track : taken.tracks) {
+        const StreamSeen* stream = input.streamOf(track.track);
+        if (stream != nullptr && track.samples > stream->samples) mixedIn.push_back(stream->header.kind);
+    }
+    ExitCode result = TellLeftOut(input, mixedIn) ? ExitCode::kIncomplete : ExitCode::kDone;
     result = Worse(result, TellScripts(input, taken));
     result = Worse(Worse(result, TellCounts(input, taken)), TellDamage(input));
     return result == ExitCode::kIncomplete && allowsMissing ? ExitCode::kDone : result;

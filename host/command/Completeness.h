@@ -25,8 +25,8 @@ struct Taken {
 void AddMissingOption(CLI::App* app, bool* allowsMissing);
 
 // Says on standard error, a line each, which streams of an input give no track. Result: whether there are
-// any.
-bool TellLeftOut(const Input& input);
+// any. mixedIn: the kinds whose track the plug-in has put such samples into, so that they are not left out.
+bool TellLeftOut(const Input& input, const std::vector<TrackKind>& mixedIn = {});
 
 // Says on standard error, a line each, what an input holds and the output does not: streams and script data
 // that give no track, what damage has cost and where, timestamps that cannot be believed. Result: kDamaged

@@ -33,7 +33,7 @@ void ThrowAvFailure(ExitCode code, const std::string& what, int error) {
     av_strerror(error, text, sizeof(text));
     std::string why = gLastLine.empty() ? text : gLastLine;
     gLastLine.clear();
-    throw Failure(code, what + ": " + why);
+    throw Failure(code, what + " (the library says: " + why + ")");
 }
 
 void CheckAv(int result, const std::string& what) {
