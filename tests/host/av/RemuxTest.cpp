@@ -148,5 +148,47 @@ TEST_F(RemuxTest, RecoversBehindDamage) {
     EXPECT_THAT(times("long.mkv", "v"), testing::EndsWith("13.960\n14.000\n14.040\n"));
 }
 
+// What a recorder says of its file beside the tracks.
+TEST_F(RemuxTest, KeepsTitlesChaptersAndFrameRates) {
+    auto cue = [](const char* name, double time, const char* type) {
+        return amf::String("onCuePoint") + amf::Object({{"name", amf::String(name)},
+                                                        {"time", amf::Number(time)},
+                                                        {"type", amf::String(type)}});
+    };
+    FlvBuilder file;
+    file.Tag(18, 0,
+             amf::String("onMetaData") + amf::Object({{"title", amf::String("A title")},
+                                                      {"author", amf::String("Someone")},
+                                                      {"rotation", amf::Number(90)}}));
+    for (uint32_t i = 0; i < 50; ++i) {
+        if (i == 10) file.Tag(18, 400, cue("One", 0.4, "navigation"));
+        if (i == 20) file.Tag(18, 800, cue("Two", 0.8, "event"));
+        Bytes picture = {0, 0, 0x80, 1, 0x80, 4};  // Sorenson H.263, 176x144
+        file.Video(i * 40, 0x12, picture + Bytes(40, 0x55));
+    }
+    write("a.flv", file.Finish());
+    Outcome outcome = run("remux a.flv a.mkv");
+    EXPECT_EQ(4, outcome.code) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("left out: script data: onCuePoint (1 tag)"));
+    EXPECT_EQ(0, run("remux --allow-missing --force a.flv a.mkv").code);
+    const std::string shown = shell("ffprobe -v error -show_chapters -show_format -show_streams a.mkv").out;
+    for (const char* text : {"TAG:title=A title", "TAG:ARTIST=Someone", "start_time=0.400000",
+                             "TAG:title=One", "avg_frame_rate=25/1"})
+        EXPECT_THAT(shown, HasSubstr(text));
+    EXPECT_THAT(shell("mkvmerge -J a.mkv").out, HasSubstr("\"default_duration\": 40000000"));
+}
+
+TEST_F(RemuxTest, TakesManyFilesAndTheSoundAlone) {
+    Outcome outcome = run("remux -o out --to mkv " + kIndexed + " " + kData + "flashsv_mp3.flv nothing.flv");
+    EXPECT_EQ(3, outcome.code);
+    EXPECT_THAT(outcome.out, testing::EndsWith("2 of 3 files written\n"));
+    EXPECT_THAT(outcome.err, HasSubstr("left out: video Screen video, 25 tags, 84837 bytes"));
+    EXPECT_EQ("avc_aac_index.mkv\nflashsv_mp3.mkv\n", shell("ls out").out);
+    EXPECT_EQ(4, run("remux " + kIndexed + " sound.m4a").code);
+    EXPECT_EQ(frames(kIndexed, "a"), frames("sound.m4a", "a"));
+    EXPECT_EQ(2, run("remux -o out --to avi " + kIndexed).code);
+    EXPECT_EQ(0, run("remux -o out --to m2ts --from 2 --to 4 " + kIndexed).code);
+}
+
 }  // namespace
 }  // namespace orvel

@@ -120,5 +120,51 @@ TEST_F(ProbeTest, SeekTellsLandingRouteAndCost) {
     EXPECT_THAT(run("probe --seek 3 mismatched.flv").out, HasSubstr("back-off"));
 }
 
+// Against ffprobe, which reads all of a file for it, too.
+TEST_F(ProbeTest, CountsAndRatesEqualFfprobes) {
+    for (const std::string name :
+         {"samples/h263_mp3", "samples/avc_aac_index", "tests/data/h264_baseline_mp3"}) {
+        const std::string file = ORVEL_SOURCE_DIR "/" + name + ".flv";
+        Json ours = Json::parse(run("probe --json --count " + file).out)["streams"];
+        Json theirs =
+                Json::parse(shell("ffprobe -v error -of json -count_packets -show_streams " + file).out);
+        for (const Json& stream : theirs["streams"]) {
+            const Json& own = ours[stream["codec_type"] == "audio"];
+            EXPECT_EQ(stream["nb_read_packets"], std::to_string(own["nb_read_packets"].get<int>()));
+            EXPECT_NEAR(std::stod(stream["start_time"].get<std::string>()), own["start_time"].get<double>(),
+                        1e-6);
+            if (own["codec_type"] == "video") {
+                EXPECT_EQ(stream["r_frame_rate"], own["avg_frame_rate"]);
+                EXPECT_EQ(true, own["frame_rate_even"]);
+            } else {
+                EXPECT_EQ(stream["sample_rate"], std::to_string(own["sample_rate"].get<int>()));
+            }
+        }
+    }
+}
+
+TEST_F(ProbeTest, ShowsWhatScriptTagsSayAndWhatHasNoTrack) {
+    FlvBuilder file;
+    file.Tag(18, 0,
+             amf::String("onMetaData") +
+                     amf::Object({{"duration", amf::Number(9)}, {"creator", amf::String("me")}}));
+    file.Tag(18, 500, amf::String("onTextData") + amf::Object({{"text", amf::String("hello")}}));
+    for (uint32_t i = 0; i < 3; ++i)
+        file.Audio(i * 1000, 0x2e,
+                   {0xff, 0xfb, 0x94, 0xc0, 1, 2});  // MP3 at 48000 Hz, mono, in a tag that says otherwise
+    file.Video(0, 0x13, Bytes(20, 1));
+    write("a.flv", file.Finish());
+    Outcome outcome = run("probe --json a.flv");
+    EXPECT_THAT(outcome.err, HasSubstr("left out: video Screen video, 1 tag"));
+    const Json document = Json::parse(outcome.out);
+    EXPECT_EQ(Json({48000, 1, true}), Pick(document["streams"][0], {"sample_rate", "channels", "supported"}));
+    EXPECT_EQ(Json({"flashsv", false, 1}),
+              Pick(document["streams"][1], {"codec_name", "supported", "nb_tags"}));
+    EXPECT_EQ(Json({9.0, 2.0}), Pick(document["format"], {"duration_declared", "duration_found"}));
+    EXPECT_EQ("me", document["metadata"]["creator"]);
+    EXPECT_EQ(Json({"onTextData", 0.5, Json::array({{{"text", "hello"}}})}),
+              Pick(document["events"][0], {"name", "time", "data"}));
+}
+
 }  // namespace
 }  // namespace orvel
