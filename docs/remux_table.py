@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """docs/remux_table.py PROGRAM FILE...: remuxes each file into each container and compares what ffmpeg decodes from it,
-frame by frame (-f framemd5), with what it decodes from the file itself, and the samples' times to the millisecond.
+frame by frame (-f framemd5), with what it decodes from the file itself, and the samples' times to the millisecond
+(--keep-times; of sound in a transport stream within one).
 Prints a table in Markdown. "same": every frame and every time, of every track that the plug-in has."""
 import pathlib
 import subprocess
@@ -32,15 +33,15 @@ def times(file, kind):
 
 def tracks(program, file):
     lines = output(program, "probe", file).stdout.splitlines()[1:]
-    return [(line.split()[0], line.split("(")[0].split(None, 1)[1].strip()) for line in lines]
+    return [(line.split()[0], line.split("(")[0].split(None, 1)[1].strip()) for line in lines if ": not supported" not in line]
 
 
-def off_by(peer, own):
-    """How many times differ, and by how much at most."""
+def off_by(peer, own, slack):
+    """By how much times differ at most, in milliseconds, if by more than the slack."""
     if len(peer) != len(own):
         return f"{len(own)} samples rather than {len(peer)}"
     worst = max((abs(a - b) for a, b in zip(peer, own)), default=0)
-    return f"times up to {worst} ms off" if worst > 0 else ""
+    return f"times up to {worst} ms off" if worst > slack else ""
 
 
 def peers(program, file, found, folder):
@@ -60,10 +61,10 @@ def peers(program, file, found, folder):
 
 def verdict(program, file, target, made, folder):
     out = f"{folder}/out.{target}"
-    result = output(program, "remux", "--force", file, out)
+    result = output(program, "remux", "--force", "--keep-times", "--allow-missing", file, out)
     if result.returncode == 2:
         return "refused"
-    if result.returncode != 0:
+    if result.returncode not in (0, 1):
         return f"exit code {result.returncode}"
     faults = []
     for kind, (peer, peer_times) in made.items():
@@ -71,7 +72,8 @@ def verdict(program, file, target, made, folder):
         if peer != own:
             equal = sum(a == b for a, b in zip(peer, own))
             faults.append(f"{kind}: {equal} of {len(peer)} frames equal, {len(own)} there")
-        late = off_by(peer_times, times(out, kind[0]))
+        # In a transport stream several sound samples share a time, and readers reckon the others'.
+        late = off_by(peer_times, times(out, kind[0]), 1 if target == "ts" and kind == "audio" else 0)
         if late:
             faults.append(f"{kind}: {late}")
     remark = result.stderr.strip().split(": ", 2)[-1]

@@ -81,6 +81,18 @@ Json IoJson(const IoPhase& phase) {
             {"sample_bytes", phase.sampleBytes}};
 }
 
+// What a file holds that gives no track at all; empty when it cannot be read a second time.
+Json StreamsWithoutTrack(const std::string& location) {
+    Json streams = Json::array();
+    try {
+        for (const StreamSeen& stream : InspectLocation(location).streams)
+            streams.push_back(LeftOutJson(stream, streams.size()));
+    } catch (const Failure&) {
+        return Json::array();
+    }
+    return streams;
+}
+
 class ProbeCommand : public Command {
   public:
     CLI::App* addTo(CLI::App& program) override;
@@ -149,7 +161,8 @@ std::unique_ptr<Input> ProbeCommand::open(const Plugin& plugin, const std::strin
     } catch (const Failure& failure) {
         if (!mAsJson) throw;
         Json json = ErrorJson(location, failure.what());
-        json["streams"] = Json::array();
+        json["streams"] =
+                failure.code() == ExitCode::kDamaged ? StreamsWithoutTrack(location) : Json::array();
         json["format"]["filename"] = json["filename"];
         WriteOut(Dump(json) + "\n");
         throw;

@@ -91,7 +91,7 @@ void ContainerMuxer::addStream(const MuxTrack& track, const MuxDetails& details)
             size_t size = 9 * sizeof(int32_t);
             uint8_t* matrix =
                     CheckAllocated(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, size));
-            av_display_rotation_set(reinterpret_cast<int32_t*>(matrix), -details.rotationDegrees);
+            av_display_rotation_set(reinterpret_cast<int32_t*>(matrix), details.rotationDegrees);
         }
     }
     // Which headers of the WAVE kind must state for it, equal or not.

@@ -11,7 +11,8 @@ namespace orvel {
 // Call once.
 void CatchLibraryLog();
 
-// "what (the library says: why)", why being the library's last line on this thread, or else the error's own text.
+// "what (the library says: why)", why being the library's last line on this thread, or else the error's own
+// text.
 [[noreturn]] void ThrowAvFailure(ExitCode code, const std::string& what, int error);
 
 // Throws for a negative result, and for null, which is what the libraries' allocations fail with.
