@@ -76,10 +76,12 @@ struct MuxTrack {
 
 // What a container says of all its tracks together.
 struct MuxDetails {
+    static constexpr char kEncoder[] = "encoder";
     std::vector<std::pair<std::string, std::string>>
             tags;  // by the libraries' names, where they have one; UTF-8
     struct Chapter {
         int64_t startUs;
+        int64_t endUs;
         std::string title;
     };
     std::vector<Chapter> chapters;  // by time; for containers that have them

@@ -209,7 +209,7 @@ MuxDetails RemuxCommand::details() const {
     for (size_t track : mTracks) {
         if (mInput->tracks()[track].kind == TrackKind::kVideo) video = mInput->streamOf(track);
     }
-    return DetailsOf(mInput->inspection(), video, mSpan.fromUs.value_or(0), mSpan.toUs.value_or(INT64_MAX));
+    return DetailsOf(mInput->inspection(), video, mSpan.toUs.value_or(INT64_MAX));
 }
 
 ExitCode RemuxCommand::warn(const Container& container) const {

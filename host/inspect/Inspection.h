@@ -62,6 +62,7 @@ struct Scripts {
     static constexpr uint64_t kMostBytes = 1 << 20;
 
     void add(ScriptEvent event);
+    bool keepsAll() const { return eventBytes <= kMostBytes; }
 };
 
 struct IndexEntry {

@@ -2,150 +2,166 @@
 #include "remux/Details.h"
 
 #include <fmt/format.h>
+#include <limits.h>
 #include <time.h>
 
 #include <algorithm>
 #include <cmath>
-#include <map>
-#include <string_view>
+#include <nlohmann/json.hpp>
 
+#include "flv/CuePoints.h"
 #include "support/CountText.h"
+#include "support/TimeText.h"
 
 namespace orvel {
 namespace {
 
-constexpr char kCuePoint[] = "onCuePoint";
-constexpr size_t kLongestTag = 4096;
-constexpr size_t kMostTags = 64, kMostChapters = 1000;
-constexpr double kLatest = 1e9;  // seconds; also what dates are within
+constexpr size_t kMostTags = 256;
+constexpr size_t kMostNamedCuePoints = 8;
+constexpr char kCreationTime[] = "creation_time", kDate[] = "date";
 
-// Names of onMetaData that the libraries have another one for.
+// What writers of FLV call it, in lower case and without underscores, and what the libraries do.
 constexpr struct {
-    std::string_view ours, theirs;
+    const char* property;
+    const char* tag;
 } kNames[] = {{"author", "artist"},
               {"creator", "artist"},
               {"description", "comment"},
-              {"creationdate", "creation_time"},
+              {"creationdate", kCreationTime},
+              {"creationtime", kCreationTime},
+              {"datecreated", kCreationTime},
               {"metadatacreator", "encoded_by"},
               {"software", "encoded_by"},
-              {"encoder", "encoded_by"},
+              {"encoder", MuxDetails::kEncoder},
               {"title", "title"},
               {"artist", "artist"},
               {"comment", "comment"},
               {"copyright", "copyright"},
-              {"date", "date"}};
+              {"date", kDate}};
 
-// The character as \xNN that is not UTF-8 would make a container that readers refuse.
-bool IsText(std::string_view text) {
-    for (size_t i = 0; i < text.size();) {
-        auto byte = static_cast<unsigned char>(text[i]);
-        size_t more = byte < 0x80             ? 0
-                      : (byte & 0xe0) == 0xc0 ? 1
-                      : (byte & 0xf0) == 0xe0 ? 2
-                      : (byte & 0xf8) == 0xf0 ? 3
-                                              : 9;
-        if (byte == 0 || more > text.size() - i - 1) return false;
-        for (size_t k = 1; k <= more; ++k)
-            if ((static_cast<unsigned char>(text[i + k]) & 0xc0) != 0x80) return false;
-        i += more + 1;
+// Bytes that are not UTF-8 would make a container that readers refuse; they are replaced.
+std::string Utf8(const std::string& text) {
+    using nlohmann::json;
+    return json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();
+}
+
+std::string TagName(const std::string& property) {
+    std::string name;
+    for (char c : property) {
+        if (c != '_') name += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
-    return !text.empty() && text.size() <= kLongestTag;
-}
-
-std::string DateText(double ms) {
-    if (!(std::abs(ms) / 1000 < 100 * kLatest)) return "";
-    auto seconds = static_cast<time_t>(ms / 1000);
-    struct tm parts;
-    char text[40];
-    if (gmtime_r(&seconds, &parts) == nullptr) return "";
-    return strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts) > 0 ? text : "";
-}
-
-std::string TagName(const std::string& name) {
     for (const auto& row : kNames) {
-        if (name == row.ours) return std::string(row.theirs);
+        if (name == row.property) return row.tag;
     }
-    return name;
+    return Utf8(property);
+}
+
+std::string DateText(const tm& date) {
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", date.tm_year + 1900, date.tm_mon + 1,
+                       date.tm_mday, date.tm_hour, date.tm_min, date.tm_sec);
+}
+
+// Of milliseconds since 1970; empty beyond the years with four digits.
+std::string DateText(double ms) {
+    constexpr double kFirst = -62135596800e3, kLast = 253402300799e3;
+    if (!(ms >= kFirst && ms <= kLast)) return "";
+    auto seconds = static_cast<time_t>(std::floor(ms / 1000));
+    tm date = {};
+    return gmtime_r(&seconds, &date) != nullptr ? DateText(date) : "";
+}
+
+// A date as common writers have it; one without a zone counts as UTC. Empty for other texts, which the
+// libraries would drop.
+std::string ParseDate(const std::string& text) {
+    for (const char* form : {"%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M:%S", "%a %b %d %H:%M:%S %Y"}) {
+        tm date = {};
+        if (strptime(text.c_str(), form, &date) != nullptr) return DateText(date);
+    }
+    return "";
 }
 
 void AddTags(const AmfValue& properties, MuxDetails* details) {
-    for (const auto& [name, value] : properties.members) {
-        std::string text = value.type == AmfValue::Type::kString ? value.text
-                           : value.type == AmfValue::Type::kDate ? DateText(value.number)
-                                                                 : "";
-        if (IsText(name) && IsText(text) && details->tags.size() < kMostTags)
-            details->tags.emplace_back(TagName(name), text);
+    for (const auto& [property, value] : properties.members) {
+        bool isDate = value.type == AmfValue::Type::kDate;
+        if ((!isDate && value.type != AmfValue::Type::kString) || details->tags.size() == kMostTags) continue;
+        std::string name = TagName(property);
+        std::string text = isDate ? DateText(value.number) : Utf8(value.text);
+        if (name == kCreationTime) {
+            std::string date = isDate ? text : ParseDate(text);
+            if (date.empty()) name = kDate;
+            if (!date.empty()) text = date;
+        }
+        // Two properties of one meaning do not replace each other.
+        auto isSame = [&name](const auto& tag) { return tag.first == name; };
+        if (std::any_of(details->tags.begin(), details->tags.end(), isSame)) name = Utf8(property);
+        if (!name.empty() && !text.empty()) details->tags.emplace_back(name, text);
     }
 }
 
-bool IsNavigation(const AmfValue& cue) {
-    const AmfValue* type = cue.find("type");
-    return type != nullptr && type->text == "navigation";
+std::vector<CuePoint> CuePointsOf(const Inspection& inspection) {
+    return ReadCuePoints(inspection.metadata, inspection.scripts.events);
 }
 
-void AddChapter(const AmfValue& cue, int64_t fromUs, int64_t toUs,
-                std::vector<MuxDetails::Chapter>* chapters) {
-    const AmfValue *name = cue.find("name"), *time = cue.find("time");
-    if (!IsNavigation(cue) || time == nullptr || !(time->number >= 0 && time->number < kLatest)) return;
-    auto timeUs = static_cast<int64_t>(time->number * 1e6);
-    if (timeUs < fromUs || timeUs >= toUs || chapters->size() == kMostChapters) return;
-    chapters->push_back({timeUs, name != nullptr && IsText(name->text) ? name->text : "Chapter"});
-}
-
-// Writers put cue points into onMetaData, into tags of their own, or into both.
-std::vector<MuxDetails::Chapter> FindChapters(const Inspection& inspection, int64_t fromUs, int64_t toUs) {
+// Each lasts to the next one, and the last one to the end.
+std::vector<MuxDetails::Chapter> FindChapters(const Inspection& inspection, int64_t toUs) {
+    int64_t endUs = 0;
+    for (const StreamSeen& stream : inspection.streams)
+        endUs = std::max(endUs, stream.lastMs * 1000);
     std::vector<MuxDetails::Chapter> chapters;
-    for (const ScriptEvent& event : inspection.scripts.events) {
-        if (event.name == kCuePoint && !event.values.empty())
-            AddChapter(event.values[0], fromUs, toUs, &chapters);
+    for (const CuePoint& point : CuePointsOf(inspection)) {
+        if (!point.isForViewers() || point.timeUs >= toUs) continue;
+        if (!chapters.empty()) chapters.back().endUs = point.timeUs;
+        chapters.push_back({point.timeUs, std::max(point.timeUs, std::min(endUs, toUs)), Utf8(point.name)});
     }
-    const AmfValue* cues = inspection.metadata ? inspection.metadata->properties.find("cuePoints") : nullptr;
-    if (cues != nullptr && chapters.empty()) {
-        for (const AmfValue& cue : cues->values)
-            AddChapter(cue, fromUs, toUs, &chapters);
-        for (const auto& [number, cue] : cues->members)
-            AddChapter(cue, fromUs, toUs, &chapters);
-    }
-    std::stable_sort(chapters.begin(), chapters.end(),
-                     [](const auto& a, const auto& b) { return a.startUs < b.startUs; });
     return chapters;
 }
 
 void SetFrameRate(const StreamSeen& video, MuxDetails* details) {
     std::optional<FrameRate> rate = video.frameRate();
-    if (!rate || !video.hasEvenFrames()) return;
+    if (!rate || !video.hasEvenFrames() || rate->numerator > INT_MAX || rate->denominator > INT_MAX) return;
     details->frameRateNumerator = static_cast<int>(rate->numerator);
     details->frameRateDenominator = static_cast<int>(rate->denominator);
 }
 
+int RotationOf(const Metadata& metadata) {
+    double degrees = metadata.findNumber("rotation").value_or(0);
+    bool isRightAngle = std::abs(degrees) <= 360 && std::fmod(degrees, 90) == 0;
+    return isRightAngle ? (static_cast<int>(degrees) + 360) % 360 : 0;
+}
+
+std::string DroppedCuePoints(const Inspection& inspection, bool hasChapters) {
+    std::string names;
+    size_t dropped = 0;
+    for (const CuePoint& point : CuePointsOf(inspection)) {
+        if (hasChapters && point.isForViewers()) continue;
+        if (++dropped <= kMostNamedCuePoints)
+            names += fmt::format("{}{} at {} s", dropped > 1 ? ", " : "", point.name,
+                                 FormatSeconds(point.timeUs));
+    }
+    if (dropped > kMostNamedCuePoints) names += fmt::format(" and {} more", dropped - kMostNamedCuePoints);
+    const char* why = hasChapters ? "not for navigation" : "for which the container has no chapters";
+    return dropped == 0 ? "" : fmt::format("{} {} ({})", CountText(dropped, "cue point"), why, names);
+}
+
 }  // namespace
 
-MuxDetails DetailsOf(const Inspection& inspection, const StreamSeen* video, int64_t fromUs, int64_t toUs) {
+MuxDetails DetailsOf(const Inspection& inspection, const StreamSeen* video, int64_t toUs) {
     MuxDetails details;
     if (inspection.metadata) {
         AddTags(inspection.metadata->properties, &details);
-        double rotation = inspection.metadata->findNumber("rotation").value_or(0);
-        if (rotation == 90 || rotation == 180 || rotation == 270)
-            details.rotationDegrees = static_cast<int>(rotation);
+        details.rotationDegrees = RotationOf(*inspection.metadata);
     }
-    details.chapters = FindChapters(inspection, fromUs, toUs);
+    details.chapters = FindChapters(inspection, toUs);
     if (video != nullptr) SetFrameRate(*video, &details);
     return details;
 }
 
 std::string DroppedScripts(const Inspection& inspection, bool hasChapters) {
-    std::map<std::string, uint64_t> dropped;
-    for (const auto& [name, count] : inspection.scripts.counts)
-        dropped[name] = count.tags;
-    for (const ScriptEvent& event : inspection.scripts.events) {
-        bool isChapter = event.name == kCuePoint && !event.values.empty() && IsNavigation(event.values[0]);
-        if (hasChapters && isChapter) --dropped[event.name];
-    }
-    std::string text;
-    for (const auto& [name, times] : dropped) {
-        if (times == 0) continue;
+    std::string text = DroppedCuePoints(inspection, hasChapters);
+    for (const auto& [name, count] : inspection.scripts.counts) {
+        if (name == kCuePointName && inspection.scripts.keepsAll()) continue;
         text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", name.empty() ? "of other names" : name,
-                            CountText(times, "tag"));
+                            CountText(count.tags, "tag"));
     }
     return text;
 }

@@ -37,7 +37,8 @@ void Remuxer::run(const SampleFeed& feed, const std::string& format, MuxDetails 
     bool hasEnded = hold(feed);
     if (mHeld.empty()) throw Failure(ExitCode::kDamaged, "no samples");
     auto isEarlier = [](const HeldSample& a, const HeldSample& b) { return a.timeUs < b.timeUs; };
-    if (fromZero) mShiftUs = std::min_element(mHeld.begin(), mHeld.end(), isEarlier)->timeUs;
+    mFirstUs = std::min_element(mHeld.begin(), mHeld.end(), isEarlier)->timeUs;
+    if (fromZero) mShiftUs = mFirstUs;
     mRepeatsParameterSets = format == "mpegts" || format == "m2ts";
     std::unique_ptr<Muxer> muxer = openMuxer(format, std::move(details), sink);
     for (const HeldSample& held : mHeld)
@@ -93,9 +94,19 @@ std::unique_ptr<Muxer> Remuxer::openMuxer(const std::string& format, MuxDetails 
         if (track.reorders) track.decodingTimes = DecodingTimes(track.facts.reorderDepth, track.firstTimesUs);
         muxTracks.push_back({setup, track.facts});
     }
-    for (MuxDetails::Chapter& chapter : details.chapters)
-        chapter.startUs = std::max<int64_t>(chapter.startUs - mShiftUs, 0);
+    shiftChapters(&details.chapters);
     return mModule.openMuxer(format, muxTracks, details, sink);
+}
+
+void Remuxer::shiftChapters(std::vector<MuxDetails::Chapter>* chapters) const {
+    std::vector<MuxDetails::Chapter> shifted;
+    for (const MuxDetails::Chapter& chapter : *chapters) {
+        bool isBefore = chapter.endUs <= mFirstUs && chapter.startUs < mFirstUs;
+        if (!isBefore)
+            shifted.push_back({std::max(chapter.startUs, mFirstUs) - mShiftUs,
+                               std::max(chapter.endUs, mFirstUs) - mShiftUs, chapter.title});
+    }
+    *chapters = std::move(shifted);
 }
 
 void Remuxer::write(Muxer& muxer, size_t index, const AccessUnit& sample) {

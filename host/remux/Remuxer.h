@@ -26,7 +26,8 @@ class Remuxer {
     // Takes the feed to its end. Times are kept, or, with fromZero, all put back by the earliest of the first
     // ones, so that what was cut out of a recording does not begin with a pause. Throws Failure (kDamaged)
     // when there are no samples.
-    // Chapters' times are put back with the samples'.
+    // Chapters' times are put back with the samples'; one that has begun before the first sample begins with
+    // it.
     void run(const SampleFeed& feed, const std::string& format, MuxDetails details, bool fromZero,
              ByteSink& sink);
 
@@ -59,12 +60,14 @@ class Remuxer {
     void keep(const Interleaver::Turn& turn);
     bool knowsEnough() const;
     std::unique_ptr<Muxer> openMuxer(const std::string& format, MuxDetails details, ByteSink& sink);
+    void shiftChapters(std::vector<MuxDetails::Chapter>* chapters) const;
     void write(Muxer& muxer, size_t track, const AccessUnit& sample);
 
     const AvModule& mModule;
     std::vector<Track> mTracks;
     std::vector<HeldSample> mHeld;
     size_t mHeldBytes = 0;
+    int64_t mFirstUs = 0;  // the earliest of the samples held
     int64_t mShiftUs = 0;
     bool mRepeatsParameterSets = false;
 };

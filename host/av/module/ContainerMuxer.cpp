@@ -60,13 +60,16 @@ ContainerMuxer::ContainerMuxer(const std::string& format, const std::vector<MuxT
         addStream(track, details);
     for (const auto& [name, text] : details.tags)
         av_dict_set(&mContext->metadata, name.c_str(), text.c_str(), 0);
-    addChapters(details.chapters);
-    writeHeader(format);
+    addChapters(format, details.chapters);
+    writeHeader(format, details);
 }
 
-// The libraries own chapters as they own streams.
-void ContainerMuxer::addChapters(const std::vector<MuxDetails::Chapter>& chapters) {
+// The libraries own chapters as they own streams. Those of MP4 and QuickTime follow each other from 0 on.
+void ContainerMuxer::addChapters(const std::string& format, std::vector<MuxDetails::Chapter> chapters) {
     if (chapters.empty()) return;
+    bool beginAtZero = format == "mp4" || format == "mov";
+    if (beginAtZero && chapters[0].startUs > 0)
+        chapters.insert(chapters.begin(), {0, chapters[0].startUs, ""});
     auto size = chapters.size() * sizeof(AVChapter*);
     mContext->chapters = static_cast<AVChapter**>(CheckAllocated(av_mallocz(size)));
     for (size_t i = 0; i < chapters.size(); ++i) {
@@ -75,7 +78,7 @@ void ContainerMuxer::addChapters(const std::vector<MuxDetails::Chapter>& chapter
         chapter->id = static_cast<int64_t>(i) + 1;
         chapter->time_base = kMicroseconds;
         chapter->start = chapters[i].startUs;
-        chapter->end = i + 1 < chapters.size() ? chapters[i + 1].startUs : chapter->start;
+        chapter->end = chapters[i].endUs;
         av_dict_set(&chapter->metadata, "title", chapters[i].title.c_str(), 0);
     }
 }
@@ -88,6 +91,8 @@ void ContainerMuxer::addStream(const MuxTrack& track, const MuxDetails& details)
         if (details.frameRateNumerator > 0)
             stream->avg_frame_rate = {details.frameRateNumerator, details.frameRateDenominator};
         if (details.rotationDegrees != 0) {
+            // A tag is all that Matroska has for it here.
+            av_dict_set_int(&stream->metadata, "rotate", details.rotationDegrees, 0);
             size_t size = 9 * sizeof(int32_t);
             uint8_t* matrix =
                     CheckAllocated(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, size));
@@ -103,13 +108,20 @@ void ContainerMuxer::addStream(const MuxTrack& track, const MuxDetails& details)
     stream->codecpar->sample_aspect_ratio = stream->sample_aspect_ratio;
 }
 
-void ContainerMuxer::writeHeader(const std::string& format) {
+void ContainerMuxer::writeHeader(const std::string& format, const MuxDetails& details) {
     AVDictionary* options = nullptr;
     for (const auto& row : kOptions) {
         if (format == row.format) av_dict_set(&options, row.option, row.value, 0);
     }
-    int result = avformat_write_header(mContext.get(), &options);
+    int result = avformat_init_output(mContext.get(), &options);
     av_dict_free(&options);
+    // Which the library has taken away to put its own there. MP4 knows it by another name.
+    for (const auto& [name, text] : details.tags) {
+        if (name != MuxDetails::kEncoder) continue;
+        const char* key = format == "mp4" ? "encoding_tool" : MuxDetails::kEncoder;
+        av_dict_set(&mContext->metadata, key, text.c_str(), 0);
+    }
+    if (result >= 0) result = avformat_write_header(mContext.get(), nullptr);
     check(result, ExitCode::kDamaged, "the container cannot be begun");
 }
 

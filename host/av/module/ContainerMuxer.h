@@ -17,8 +17,8 @@ class ContainerMuxer : public Muxer {
 
   private:
     void addStream(const MuxTrack& track, const MuxDetails& details);
-    void addChapters(const std::vector<MuxDetails::Chapter>& chapters);
-    void writeHeader(const std::string& format);
+    void addChapters(const std::string& format, std::vector<MuxDetails::Chapter> chapters);
+    void writeHeader(const std::string& format, const MuxDetails& details);
     void setTimes(const MuxSample& sample, AVPacket* packet);
     bool writeInterleaved(AVPacket* packet);
     void check(int result, ExitCode code, const char* what);

@@ -100,6 +100,54 @@ TEST_F(RemuxTest, Vp6IsTrimmedToItsSize) {
     }
 }
 
+// Cue points of onMetaData and of tags of their own, of which one tells a point again.
+TEST_F(RemuxTest, TagsChaptersRotationAndDefaultDuration) {
+    const auto cue = [](const char* name, double time, const char* type) {
+        return amf::Object(
+                {{"name", amf::String(name)}, {"time", amf::Number(time)}, {"type", amf::String(type)}});
+    };
+    const Bytes points = Bytes{10} + U32(3) + cue("One", 1, "navigation") + cue("Shot", 2, "event") +
+                         cue("Two", 5, "navigation");
+    const Bytes metadata = amf::EcmaArray({{"Title", amf::String("St\xc3\xbc"
+                                                                 "ck")},
+                                           {"creationdate", amf::String("Thu Mar 22 13:23:11 2007\n")},
+                                           {"encoder", amf::String("Enc 1")},
+                                           {"rotation", amf::Number(90)},
+                                           {"cuePoints", points}});
+    const Bytes told = amf::String("onCuePoint") + cue("One", 1.04, "navigation");
+    const Bytes sample = ReadProjectFile("samples/avc_aac_index.flv");
+    const auto second = sample.begin() + 28 + (sample[14] << 16 | sample[15] << 8 | sample[16]);
+    FlvBuilder file;
+    file.Tag(18, 0, amf::String("onMetaData") + metadata);
+    file.Tag(18, 0, told);
+    file.Raw(U32(static_cast<uint32_t>(11 + told.size())) + Bytes(second, sample.end()));
+    write("a.flv", file.Finish());
+    for (const char* target : {"a.mkv", "a.mp4"}) {
+        Outcome outcome = run("remux a.flv --keep-times " + std::string(target));
+        EXPECT_EQ(4, outcome.code);
+        EXPECT_THAT(outcome.err, HasSubstr("1 cue point not for navigation (Shot at 2.000 s)"));
+        Outcome told =
+                shell(std::string("ffprobe -v error -show_chapters -show_entries format_tags:"
+                                  "chapter=start_time,end_time:stream_tags=rotate:stream_side_data=rotation"
+                                  " -of flat ") +
+                      target);
+        for (const char* line : {"title=\"St\xc3\xbc"
+                                 "ck\"",
+                                 "creation_time=\"2007-03-22T13:23:11", "=\"Enc 1\"",
+                                 "start_time=\"1.000000\"", "end_time=\"5.000000\"", "title=\"Two\""})
+            EXPECT_THAT(told.out, HasSubstr(line)) << target;
+        const bool isMatroska = std::string(target) == "a.mkv";
+        EXPECT_THAT(told.out, HasSubstr(isMatroska ? "ROTATE=\"90\"" : "rotation=-90")) << target;
+    }
+    const Bytes defaultDuration = {0x23, 0xe3, 0x83, 0x84, 0x02, 0x62, 0x5a, 0x00};  // 40 ms
+    const Bytes made = read("a.mkv");
+    EXPECT_NE(made.end(),
+              std::search(made.begin(), made.end(), defaultDuration.begin(), defaultDuration.end()));
+    ASSERT_EQ(4, run("remux --from 3 a.flv part.mkv").code);
+    EXPECT_EQ("0.000000\n2.920000\n",
+              shell("ffprobe -v error -show_entries chapter=start_time -of csv=p=0 part.mkv").out);
+}
+
 TEST_F(RemuxTest, PcmOfBothWidths) {
     for (const std::string codec : {"pcm_u8", "pcm_s16le"}) {
         shell("ffmpeg -v error -y -f lavfi -i sine=440:d=1:r=11025 -c:a " + codec + " a.flv");
