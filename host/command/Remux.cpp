@@ -15,6 +15,7 @@
 #include "remux/Container.h"
 #include "remux/Details.h"
 #include "remux/Remuxer.h"
+#include "remux/Requirements.h"
 #include "remux/Sinks.h"
 #include "support/CountText.h"
 #include "support/Terminal.h"
@@ -48,7 +49,6 @@ class RemuxCommand : public Command {
     const Container& chooseContainer(const std::string& output) const;
     ExitCode remux(const Plugin& plugin, const std::string& location, const std::string& output,
                    const Container& container);
-    void requirePictureSize() const;
     void write(const Container& container);
     void runInto(const Container& container, ByteSink& sink);
     void report(const Container& container, uint64_t size) const;
@@ -143,26 +143,11 @@ ExitCode RemuxCommand::remux(const Plugin& plugin, const std::string& location, 
     mInput = std::make_unique<Input>(plugin, location, mSpan.recovery());
     mWritten.requireNew(output, mInput->name());
     mTracks = TracksFor(container, mInput->tracks(), mInput->name());
-    if (container.hasChapters) requirePictureSize();
+    RequireDescribed(*mInput, mTracks, container);
     mRemuxer = std::make_unique<Remuxer>(*mInput, mTracks, LoadAvModule());
     write(container);
     if (output != "-") mWritten.add(output);
     return warn(container);
-}
-
-// Every container but a transport stream states it.
-void RemuxCommand::requirePictureSize() const {
-    for (size_t track : mTracks) {
-        const TrackFormat& format = mInput->tracks()[track];
-        if (format.kind != TrackKind::kVideo || (format.width > 0 && format.height > 0)) continue;
-        const StreamSeen* stream = mInput->streamOf(track);
-        throw Failure(
-                ExitCode::kDamaged,
-                fmt::format(
-                        "{}: the video track: byte offset {}: expected a configuration or key frame with a "
-                        "picture size, found none",
-                        mInput->name(), stream != nullptr ? stream->firstOffset : 0));
-    }
 }
 
 void RemuxCommand::write(const Container& container) {

@@ -18,6 +18,7 @@ struct Container {
     bool isForSound = false;  // by its extension: pictures are left out
 
     bool takes(Codec codec) const;
+    bool isTransportStream() const { return !hasChapters; }
 };
 
 // Every kind, the one that standard output gets first.

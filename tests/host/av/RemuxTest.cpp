@@ -172,6 +172,29 @@ TEST_F(RemuxTest, RefusesByName) {
     EXPECT_EQ("there.mkv\n", list());
 }
 
+// What a library says of them would tell nobody where to look.
+TEST_F(RemuxTest, RefusesWhatNoDecoderCouldUse) {
+    const auto edit = [this](const char* name, uint8_t type, size_t from, const Bytes& record) {
+        write(name, EditTags("samples/avc_aac_index.flv", [&](uint8_t* tag, uint32_t) {
+                  if (tag[0] == type && tag[12] == 0) std::copy(record.begin(), record.end(), tag + from);
+              }));
+    };
+    edit("nosps.flv", 9, 16, {1, 0x42, 0xc0, 0x0d, 0xff, 0xe0, 0});
+    edit("nosize.flv", 9, 16,
+         {1, 0x42, 0xc0, 0x0d, 0xff, 0xe1, 0, 4, 0x67, 0x42, 0xc0, 0x0d, 1, 0, 2, 0x68, 0xce});
+    edit("scalable.flv", 8, 13, {0xb9, 0x10, 0, 0});  // audio object type 23
+    const std::string cases[][3] = {
+            {"nosps.flv a.mkv", "1",
+             "nothing of the video track can be shown: expected an AVC configuration with"},
+            {"nosize.flv a.ts", "1", "nosize.flv: byte offset 812: nothing of the video track"},
+            {"scalable.flv a.ts", "2", "stream cannot hold AAC of audio object type 23 (Matroska can)"}};
+    for (const auto& [arguments, code, message] : cases) {
+        Outcome outcome = run("remux " + arguments);
+        EXPECT_EQ(code, std::to_string(outcome.code)) << arguments;
+        EXPECT_THAT(outcome.err, HasSubstr(message));
+    }
+}
+
 TEST_F(RemuxTest, PipesAndEndsQuietly) {
     Outcome whole = run("remux " + kIndexed + " - | ffmpeg -v error -i - -f null -");
     EXPECT_EQ("0", std::to_string(whole.code) + whole.err);
