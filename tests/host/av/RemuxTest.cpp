@@ -112,6 +112,7 @@ TEST_F(RemuxTest, TagsChaptersRotationAndDefaultDuration) {
                                                                  "ck")},
                                            {"creationdate", amf::String("Thu Mar 22 13:23:11 2007\n")},
                                            {"encoder", amf::String("Enc 1")},
+                                           {"author", amf::String("Someone")},
                                            {"rotation", amf::Number(90)},
                                            {"cuePoints", points}});
     const Bytes told = amf::String("onCuePoint") + cue("One", 1.04, "navigation");
@@ -133,7 +134,7 @@ TEST_F(RemuxTest, TagsChaptersRotationAndDefaultDuration) {
                       target);
         for (const char* line : {"title=\"St\xc3\xbc"
                                  "ck\"",
-                                 "creation_time=\"2007-03-22T13:23:11", "=\"Enc 1\"",
+                                 "creation_time=\"2007-03-22T13:23:11", "=\"Enc 1\"", "=\"Someone\"",
                                  "start_time=\"1.000000\"", "end_time=\"5.000000\"", "title=\"Two\""})
             EXPECT_THAT(told.out, HasSubstr(line)) << target;
         const bool isMatroska = std::string(target) == "a.mkv";
@@ -217,36 +218,6 @@ TEST_F(RemuxTest, RecoversBehindDamage) {
     EXPECT_EQ(0, recovered.code);
     EXPECT_THAT(recovered.err, HasSubstr("pictures from 9.520 s to 10.000 s are left out"));
     EXPECT_THAT(times("long.mkv", "v"), testing::EndsWith("13.960\n14.000\n14.040\n"));
-}
-
-// What a recorder says of its file beside the tracks.
-TEST_F(RemuxTest, KeepsTitlesChaptersAndFrameRates) {
-    auto cue = [](const char* name, double time, const char* type) {
-        return amf::String("onCuePoint") + amf::Object({{"name", amf::String(name)},
-                                                        {"time", amf::Number(time)},
-                                                        {"type", amf::String(type)}});
-    };
-    FlvBuilder file;
-    file.Tag(18, 0,
-             amf::String("onMetaData") + amf::Object({{"title", amf::String("A title")},
-                                                      {"author", amf::String("Someone")},
-                                                      {"rotation", amf::Number(90)}}));
-    for (uint32_t i = 0; i < 50; ++i) {
-        if (i == 10) file.Tag(18, 400, cue("One", 0.4, "navigation"));
-        if (i == 20) file.Tag(18, 800, cue("Two", 0.8, "event"));
-        Bytes picture = {0, 0, 0x80, 1, 0x80, 4};  // Sorenson H.263, 176x144
-        file.Video(i * 40, 0x12, picture + Bytes(40, 0x55));
-    }
-    write("a.flv", file.Finish());
-    Outcome outcome = run("remux a.flv a.mkv");
-    EXPECT_EQ(4, outcome.code) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr("left out: script data: onCuePoint (1 tag)"));
-    EXPECT_EQ(0, run("remux --allow-missing --force a.flv a.mkv").code);
-    const std::string shown = shell("ffprobe -v error -show_chapters -show_format -show_streams a.mkv").out;
-    for (const char* text : {"TAG:title=A title", "TAG:ARTIST=Someone", "start_time=0.400000",
-                             "TAG:title=One", "avg_frame_rate=25/1"})
-        EXPECT_THAT(shown, HasSubstr(text));
-    EXPECT_THAT(shell("mkvmerge -J a.mkv").out, HasSubstr("\"default_duration\": 40000000"));
 }
 
 TEST_F(RemuxTest, TakesManyFilesAndTheSoundAlone) {
