@@ -118,11 +118,12 @@ int64_t RunningClock::resolve(const TagUnit& unit, TrackKind kind) {
     return dueMs;
 }
 
-// A pause is believed where the duration covers it, or where the stream goes on after it.
+// A pause is believed where the duration covers it, or where the stream goes on after it, if only after other
+// pauses.
 bool RunningClock::isBelieved(int64_t timeMs, int64_t dueMs, const Votes& votes) const {
     if (timeMs < dueMs) return false;
     if (mDurationMs > 0 && timeMs - (mStartMs + mShiftMs) <= mDurationMs + kLongestPause) return true;
-    return timeMs - dueMs <= (votes.forNew > 0 ? kLongestBelievedPause : kLongestLastPause);
+    return timeMs - dueMs <= (votes.all > votes.forOld ? kLongestBelievedPause : kLongestLastPause);
 }
 
 RunningClock::Votes RunningClock::askFollowers(const TagUnit& unit, TrackKind kind) {
@@ -135,19 +136,24 @@ RunningClock::Votes RunningClock::askFollowers(const TagUnit& unit, TrackKind ki
         slot = follower->next();
         if (!follower->is(type) || !IsMedia(*follower)) continue;
         ++found;
+        ++votes.all;
         if (GoesOn(unit.timestampMs, follower->timestampMs)) ++votes.forNew;
         if (oldMs >= 0 && GoesOn(oldMs, follower->timestampMs + mShiftMs)) ++votes.forOld;
     }
     return votes;
 }
 
+// The time of the next sample, if the one after it goes on from there.
 std::optional<int64_t> RunningClock::firstFollowerMs(const TagUnit& unit) {
     int64_t slot = unit.next();
+    std::optional<int64_t> firstMs;
     for (int tags = 0; tags < kMostTagsAhead; ++tags) {
         std::optional<TagUnit> follower = mChain->read(slot);
         if (!follower || !follower->isKnown()) break;
-        if (IsMedia(*follower)) return follower->timestampMs;
         slot = follower->next();
+        if (!IsMedia(*follower)) continue;
+        if (firstMs) return GoesOn(*firstMs, follower->timestampMs) ? firstMs : std::nullopt;
+        firstMs = follower->timestampMs;
     }
     return std::nullopt;
 }

@@ -47,8 +47,9 @@ class RunningClock {
         int64_t stepMs = 0;  // from one sample to the next, as last seen
     };
     struct Votes {
-        int forNew = 0;  // samples after it that go on from its timestamp
-        int forOld = 0;  // samples after it that go on from the clock before it
+        int all = 0;     // samples that follow
+        int forNew = 0;  // those of them that go on from the timestamp
+        int forOld = 0;  // those that go on from the clock before it
     };
 
     Stream& own(TrackKind kind) { return mStreams[kind == TrackKind::kVideo ? 0 : 1]; }

@@ -14,7 +14,7 @@ std::optional<KeyPicture> KeyPictures::find(int64_t timeUs, int64_t afterUs, boo
     std::optional<KeyPicture> doubtful;
     int tries = 0;
     *isBehindLast = true;
-    for (bool more = mReader.seek(timeUs); more && tries < kMostTries; more = mReader.next()) {
+    for (bool more = mReader.seekOrRead(timeUs); more && tries < kMostTries; more = mReader.next()) {
         const AccessUnit& sample = mReader.sample();
         if (!sample.isSync || sample.timeUs <= afterUs) continue;
         ++tries;

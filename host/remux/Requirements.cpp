@@ -27,7 +27,7 @@ bool HasSequenceParameterSet(const TrackFormat& format) {
     auto sets = isAvc ? ParseAvcConfiguration(format.configuration)
                       : ParseHevcConfiguration(format.configuration);
     return sets && std::any_of(sets->units.begin(), sets->units.end(), [isAvc](const auto& unit) {
-               return isAvc ? (unit[0] & 31) == kAvcSps : (unit[0] >> 1 & 63) == kHevcSps;
+               return !unit.empty() && (isAvc ? (unit[0] & 31) == kAvcSps : (unit[0] >> 1 & 63) == kHevcSps);
            });
 }
 
