@@ -57,8 +57,15 @@ ExitCode TellCounts(const Input& input, const Taken& taken) {
     ExitCode result = ExitCode::kDone;
     for (const Taken::Track& track : taken.tracks) {
         const StreamSeen* stream = input.streamOf(track.track);
-        if (taken.isPart || stream == nullptr) continue;
+        if (stream == nullptr) continue;
+        const Codec codec = input.tracks()[track.track].codec;
         const char* kind = input.tracks()[track.track].kindName();
+        if ((codec == Codec::kAvc || codec == Codec::kHevc) && stream->configurationSlots.empty()) {
+            result = ExitCode::kDamaged;
+            Complain(fmt::format("{}: the {} track: no configuration was found, which decoders need",
+                                 input.name(), kind));
+        }
+        if (taken.isPart) continue;
         if (track.samples < stream->samples)
             result = Worse(result, TellFewer(input, kind, *stream, stream->samples - track.samples));
         if (track.samples <= stream->samples) continue;
