@@ -221,11 +221,11 @@ TEST_F(RemuxTest, RecoversBehindDamage) {
 }
 
 TEST_F(RemuxTest, TakesManyFilesAndTheSoundAlone) {
-    Outcome outcome = run("remux -o out --to mkv " + kIndexed + " " + kData + "flashsv_mp3.flv nothing.flv");
+    Outcome outcome = run("remux -o out --to mkv " + kData + "flashsv_mp3.flv nothing.flv");
     EXPECT_EQ(3, outcome.code);
-    EXPECT_THAT(outcome.out, testing::EndsWith("2 of 3 files written\n"));
+    EXPECT_THAT(outcome.out, testing::EndsWith("1 of 2 files written\n"));
     EXPECT_THAT(outcome.err, HasSubstr("left out: video Screen video, 25 tags, 84837 bytes"));
-    EXPECT_EQ("avc_aac_index.mkv\nflashsv_mp3.mkv\n", shell("ls out").out);
+    EXPECT_EQ("flashsv_mp3.mkv\n", shell("ls out").out);
     EXPECT_EQ(4, run("remux " + kIndexed + " sound.m4a").code);
     EXPECT_EQ(frames(kIndexed, "a"), frames("sound.m4a", "a"));
     EXPECT_EQ(2, run("remux -o out --to avi " + kIndexed).code);
