@@ -16,6 +16,7 @@
 namespace orvel {
 namespace {
 
+constexpr uint32_t kVp6 = 4, kVp6Alpha = 5;
 constexpr uint32_t kMp3 = 2, kAac = 10, kAvc = 7, kOtherHevc = 12;
 constexpr uint8_t kLastFrameType = 5, kLastPacketType = 2;
 constexpr size_t kLongestRecord = 1 << 16;  // that is compared with the next one
@@ -81,6 +82,7 @@ void StreamChecks::look(const TagUnit& unit, const StreamHeader& header, int64_t
     if (header.isConfiguration) lookAtConfiguration(unit, header, timeMs);
     if (!header.isSample()) return;
     if (IsAvc(header) && mLengthSize > 0 && !isCut) lookAtPayload(unit, header);
+    if (header.isKeyFrame()) lookAtTrimming(unit, header);
     if (mKind == TrackKind::kAudio) lookAtSound(unit, header);
 }
 
@@ -146,6 +148,19 @@ void StreamChecks::lookAtPayload(const TagUnit& unit, const StreamHeader& header
     if (IsPrefixed(mChain, at, unit.next(), mLengthSize)) return;
     mHasStartCodes = mHasStartCodes || BeginsWithStartCode(mChain.bytes(at, kStrayBytes));
     mUnprefixed.add(unit.offset());
+}
+
+// A picture's size is that of its blocks less this byte, which stands before every key frame's data.
+void StreamChecks::lookAtTrimming(const TagUnit& unit, const StreamHeader& header) {
+    if (header.isEnhanced || (header.codec != kVp6 && header.codec != kVp6Alpha)) return;
+    const uint8_t trimming = unit.data[1];
+    if (mTrimming && *mTrimming != trimming) {
+        mFindings.addCaused(Kind::kConfigurationChange, unit.offset(),
+                            fmt::format("the video trims {} columns and {} rows, and {} and {} before",
+                                        trimming >> 4, trimming & 15, *mTrimming >> 4, *mTrimming & 15),
+                            "another trimming");
+    }
+    mTrimming = trimming;
 }
 
 // AAC's tag header is 44 kHz and stereo by rule, so only another one can contradict.

@@ -43,6 +43,7 @@ class StreamChecks {
     void lookAtStrayBytes(const TagUnit& unit, const StreamHeader& header);
     void lookAtConfiguration(const TagUnit& unit, const StreamHeader& header, int64_t timeMs);
     void lookAtPayload(const TagUnit& unit, const StreamHeader& header);
+    void lookAtTrimming(const TagUnit& unit, const StreamHeader& header);
     void lookAtSound(const TagUnit& unit, const StreamHeader& header);
     void tellStrayBytes();
     std::string describeConfiguration(const StreamHeader& header, const std::vector<uint8_t>& record);
@@ -63,7 +64,8 @@ class StreamChecks {
     int64_t mFirstTag = 0;
     std::vector<uint8_t> mRecord;
     std::string mRecordText;
-    size_t mLengthSize = 0;  // of NAL units; 0 before a record
+    size_t mLengthSize = 0;            // of NAL units; 0 before a record
+    std::optional<uint8_t> mTrimming;  // the adjustment byte of VP6
     uint64_t mPayloads = 0;
     Count mUnprefixed;
     bool mHasStartCodes = false;
